@@ -1,0 +1,19 @@
+# What every target of this project, and no other, is compiled and linked with.
+add_library(osl_build_flags INTERFACE)
+target_compile_features(osl_build_flags INTERFACE cxx_std_20)
+target_compile_options(osl_build_flags INTERFACE
+    -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
+    # Errors carry the file they were raised in; users should see a path inside the project.
+    -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
+target_compile_definitions(osl_build_flags INTERFACE _FILE_OFFSET_BITS=64)
+
+if(OSL_SANITIZERS)
+    target_compile_options(osl_build_flags INTERFACE
+        -fsanitize=${OSL_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(osl_build_flags INTERFACE -fsanitize=${OSL_SANITIZERS})
+endif()
+
+if(CMAKE_BUILD_TYPE STREQUAL "Release")
+    target_compile_options(osl_build_flags INTERFACE -ffunction-sections -fdata-sections)
+    target_link_options(osl_build_flags INTERFACE -Wl,--gc-sections -s)
+endif()

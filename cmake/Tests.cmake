@@ -1,0 +1,17 @@
+option(BUILD_TESTING "Build the tests" ON)
+if(BUILD_TESTING)
+    enable_testing()
+    find_package(GTest REQUIRED)
+    include(GoogleTest)
+endif()
+
+# osl_add_tests(NAME SOURCES source... LIBS target...): one GoogleTest program, each of its cases a CTest test.
+function(osl_add_tests name)
+    if(NOT BUILD_TESTING)
+        return()
+    endif()
+    cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
+    add_executable(${name} ${ARG_SOURCES})
+    target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gmock_main osl_build_flags)
+    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60)
+endfunction()

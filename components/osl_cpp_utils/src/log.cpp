@@ -1,0 +1,66 @@
+#include <osl/cpputils/error.h>
+#include <osl/cpputils/log.h>
+
+#include <spdlog/logger.h>
+#include <spdlog/sinks/stdout_sinks.h>
+
+#include <algorithm>
+#include <array>
+#include <iostream>
+
+namespace Osl::CppUtil {
+namespace {
+
+constexpr std::array<std::string_view, 6> LEVEL_NAMES{"trace", "debug", "info", "warning", "error", "critical"};
+constexpr const char* PATTERN = "%H:%M:%S.%e %l: %v";
+
+spdlog::level::level_enum spdlogLevel(Log::Level level)
+{
+    static_assert(spdlog::level::trace == 0 && spdlog::level::critical == LEVEL_NAMES.size() - 1);
+    return static_cast<spdlog::level::level_enum>(level);
+}
+
+template <class Sink>
+std::shared_ptr<spdlog::logger> makeLogger()
+{
+    auto logger = std::make_shared<spdlog::logger>("zeb_fpga_shell", std::make_shared<Sink>());
+    logger->set_pattern(PATTERN);
+    return logger;
+}
+
+} // namespace
+
+std::unique_ptr<Log>& Log::holder()
+{
+    static std::unique_ptr<Log> log;
+    return log;
+}
+
+void Log::setUp(Level threshold)
+{
+    if (!holder())
+        holder().reset(new Log(makeLogger<spdlog::sinks::stderr_sink_st>()));
+    holder()->m_Logger->set_level(spdlogLevel(threshold));
+}
+
+Log& Log::instance()
+{
+    if (!holder()) {
+        std::cout << "No logsystem initialized. Falling back to stdout." << std::endl;
+        holder().reset(new Log(makeLogger<spdlog::sinks::stdout_sink_st>()));
+    }
+    return *holder();
+}
+
+Log::Level Log::levelFromName(std::string_view name)
+{
+    const auto found = std::find(LEVEL_NAMES.begin(), LEVEL_NAMES.end(), name);
+    if (found == LEVEL_NAMES.end())
+        OSL_RAISE(InvalidArgumentError,
+                  fmt::format("\"{}\" is no log level; known are: {}", name, fmt::join(LEVEL_NAMES, ", ")));
+    return static_cast<Level>(found - LEVEL_NAMES.begin());
+}
+
+void Log::write(Level level, const std::string& text) { m_Logger->log(spdlogLevel(level), text); }
+
+} // namespace Osl::CppUtil

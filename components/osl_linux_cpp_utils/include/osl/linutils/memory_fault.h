@@ -1,0 +1,41 @@
+#pragma once
+
+#include <csetjmp>
+#include <optional>
+
+namespace Osl::LinuxCppUtil {
+
+namespace Detail {
+
+/// Where the running guarded access resumes after a fault; a list, so that guards nest.
+struct FaultFrame
+{
+    sigjmp_buf resume;
+    const volatile void* address = nullptr;
+    FaultFrame* outer = nullptr;
+};
+
+void enterGuard(FaultFrame& frame);
+void leaveGuard(const FaultFrame& frame);
+
+} // namespace Detail
+
+/// Runs `access`, which touches mapped device memory; answers the address that faulted (SIGBUS), or nullopt when none
+/// did. A bus that does not answer, or a file cut short under its mapping, so becomes an error instead of the end of
+/// the process. `access` must not own anything: a fault leaves it without running destructors.
+/// Faults outside guarded accesses end the process as they always do.
+template <class Access>
+std::optional<const volatile void*> guardMemoryFault(const Access& access)
+{
+    Detail::FaultFrame frame;
+    Detail::enterGuard(frame);
+    if (sigsetjmp(frame.resume, 0) != 0) {
+        Detail::leaveGuard(frame);
+        return frame.address;
+    }
+    access();
+    Detail::leaveGuard(frame);
+    return std::nullopt;
+}
+
+} // namespace Osl::LinuxCppUtil

@@ -1,0 +1,50 @@
+#include <osl/linutils/raii_filedescriptors.h>
+#include <osl/testing/failure_of.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+using namespace Osl::LinuxCppUtil;
+using Osl::Testing::failureOf;
+using testing::StartsWith;
+
+namespace {
+
+std::string openMessage(const std::string& path, int flags)
+{
+    return failureOf<Osl::CppUtil::FileSystemError>([&] { makeUniqueFD(path, flags); });
+}
+
+} // namespace
+
+TEST(UniqueFDTest, ClosesWithItsOwner)
+{
+    int number = -1;
+    {
+        const UniqueFD fd = makeUniqueFD("/dev/null", O_RDWR);
+        number = *fd;
+        EXPECT_NE(::fcntl(number, F_GETFD) & FD_CLOEXEC, 0);
+    }
+    EXPECT_EQ(::fcntl(number, F_GETFD), -1);
+}
+
+TEST(UniqueFDTest, FailureNamesPathAndTheCallersFlags)
+{
+    EXPECT_THAT(openMessage("/nowhere/x", O_RDWR),
+                StartsWith("IOErrorr: Generic filesystem Error: Could not open file: \"/nowhere/x\" with flags: 2("));
+}
+
+TEST(UniqueFDDeathTest, DescriptorZeroIsAFailureAndIsNotLeaked)
+{
+    EXPECT_EXIT(
+        {
+            ::close(0);
+            const bool refused =
+                openMessage("/dev/null", O_RDONLY).find("\"/dev/null\" with flags: 0") != std::string::npos;
+            std::exit(refused && ::fcntl(0, F_GETFD) == -1 ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
+}
