@@ -1,0 +1,80 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace Osl::Utils {
+
+/// What an option takes: nothing, one unsigned 32-bit number (decimal or "0x"), any text, or numbers, given by
+/// repetition or separated by commas.
+enum class OptionKind { FLAG, NUMBER, TEXT, NUMBERS };
+
+/// Declaration of one option.
+struct OptionDecl
+{
+    const char* names; ///< short and long name, "o,offset"; the long one alone where there is no short one
+    OptionKind kind;
+    const char* help;
+    const char* defaultValue = nullptr; ///< as the user would type it; null: none
+};
+
+/// The help option, which every command has.
+inline constexpr OptionDecl HELP_OPTION{"h,help", OptionKind::FLAG, "Displays command help."};
+
+/// The options of one command: declaration, parsing, help text and values. Owns the option library, which nothing else
+/// sees.
+class Options
+{
+public:
+    Options(const std::string& program, const std::string& description);
+    ~Options();
+    Options(const Options&) = delete;
+    Options& operator=(const Options&) = delete;
+
+    /// Declares options, in the order in which the help text shows them. The texts must outlive this object.
+    void add(std::span<const OptionDecl> declarations);
+    void add(const OptionDecl& declaration) { add({&declaration, 1}); }
+
+    const std::vector<OptionDecl>& declarations() const { return m_Declarations; }
+
+    /// Parses a whole argument vector, program and command word included. False when an option is not declared; raises
+    /// ShellError for everything else that is wrong, words that belong to no option included.
+    bool parse(int argc, const char* const* argv);
+
+    std::string help() const;
+
+    /// How often the option was given.
+    std::size_t count(const std::string& longName) const;
+
+    class Value;
+    /// The value of a declared option: as given (the last one wins), else its default, else 0 or empty.
+    Value operator[](const std::string& longName) const;
+
+private:
+    struct Library;
+
+    std::vector<std::string> texts(const std::string& longName, OptionKind kind) const;
+    void checkValues(const OptionDecl& declaration) const;
+
+    std::vector<OptionDecl> m_Declarations;
+    std::unique_ptr<Library> m_Library;
+};
+
+/// An option's value, to be read as uint32_t, std::string or std::vector<uint32_t> after its kind.
+class Options::Value
+{
+public:
+    explicit Value(std::vector<std::string> texts) : m_Texts(std::move(texts)) {}
+
+    template <class T>
+    T as() const;
+
+private:
+    std::vector<std::string> m_Texts;
+};
+
+} // namespace Osl::Utils

@@ -1,0 +1,54 @@
+#include "zeb_fpga_shell/program.h"
+
+#include "zeb_fpga_shell/cli/cli_module.h"
+#include "zeb_fpga_shell/cli/registry.h"
+#include "zeb_fpga_shell/stop_flag.h"
+
+#include <osl/cpputils/error.h>
+#include <osl/cpputils/log.h>
+
+#include <algorithm>
+#include <csignal>
+#include <exception>
+#include <iostream>
+#include <string_view>
+
+namespace Osl::Utils {
+namespace {
+
+StopFlag g_StopFlag;
+
+void onInterrupt(int) { g_StopFlag->store(true); }
+
+int runCommand(int argc, char** argv)
+{
+    try {
+        CliModule module;
+        registerCommands(module, g_StopFlag);
+        const int status = module.run(argc, argv, std::cout, std::cin);
+        if (!std::cout.flush())
+            OSL_RAISE(CppUtil::IOError, "Could not write all of the output");
+        return status;
+    } catch (const std::exception& error) {
+        std::cerr << "Encountered an error: " << error.what() << std::endl;
+        return -1;
+    }
+}
+
+} // namespace
+
+bool wantsInteractiveMode(int argc, const char* const* argv)
+{
+    return std::any_of(argv, argv + argc,
+                       [](std::string_view word) { return word == "-I" || word == "--interactive"; });
+}
+
+int runProgram(int argc, char** argv)
+{
+    g_StopFlag = std::make_shared<std::atomic<bool>>(false);
+    std::signal(SIGINT, &onInterrupt);
+    CppUtil::Log::setUp(CppUtil::Log::Level::WARNING);
+    return runCommand(argc, argv);
+}
+
+} // namespace Osl::Utils
