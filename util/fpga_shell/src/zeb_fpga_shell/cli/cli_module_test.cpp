@@ -1,6 +1,7 @@
 #include "zeb_fpga_shell/cli/cli_module.h"
 #include "zeb_fpga_shell/shell_error.h"
 
+#include <osl/testing/argument_vector.h>
 #include <osl/testing/failure_of.h>
 
 #include <gmock/gmock.h>
@@ -9,6 +10,7 @@
 #include <sstream>
 
 using namespace Osl::Utils;
+using Osl::Testing::ArgumentVector;
 using Osl::Testing::failureOf;
 using testing::HasSubstr;
 using testing::StartsWith;
@@ -39,14 +41,11 @@ Outcome runWords(std::vector<std::string> words)
     CliModule module;
     module.addCmd(std::make_unique<EchoCmd>("write"));
     module.addCmd(std::make_unique<EchoCmd>("read"));
-    words.insert(words.begin(), "zeb_fpga_shell");
-    std::vector<char*> argv;
-    for (std::string& word : words)
-        argv.push_back(word.data());
+    ArgumentVector arguments(std::move(words));
     std::ostringstream out;
     std::istringstream in;
     testing::internal::CaptureStderr();
-    const int status = module.run(static_cast<int>(argv.size()), argv.data(), out, in);
+    const int status = module.run(arguments.argc(), arguments.argv(), out, in);
     return {status, out.str(), testing::internal::GetCapturedStderr()};
 }
 

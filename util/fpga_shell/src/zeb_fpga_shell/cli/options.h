@@ -16,9 +16,9 @@ enum class OptionKind { FLAG, NUMBER, TEXT, NUMBERS };
 /// Declaration of one option.
 struct OptionDecl
 {
-    const char* names; ///< short and long name, "o,offset"; the long one alone where there is no short one
-    OptionKind kind;
-    const char* help;
+    const char* names = nullptr; ///< short and long name, "o,offset"; the long one alone where there is no short one
+    OptionKind kind = OptionKind::FLAG;
+    const char* help = nullptr;
     const char* defaultValue = nullptr; ///< as the user would type it; null: none
 };
 

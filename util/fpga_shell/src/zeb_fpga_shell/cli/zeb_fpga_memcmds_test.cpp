@@ -1,6 +1,7 @@
 #include "zeb_fpga_shell/cli/zeb_fpga_memcmds.h"
 #include "zeb_fpga_shell/shell_error.h"
 
+#include <osl/testing/argument_vector.h>
 #include <osl/testing/failure_of.h>
 #include <osl/testing/temp_file.h>
 
@@ -10,6 +11,7 @@
 #include <sstream>
 
 using namespace Osl::Utils;
+using Osl::Testing::ArgumentVector;
 using Osl::Testing::failureOf;
 using Osl::Testing::TempFile;
 using testing::HasSubstr;
@@ -24,14 +26,12 @@ protected:
     template <class Command>
     std::string run(const std::string& name, std::vector<std::string> words)
     {
-        words.insert(words.begin(), {"zeb_fpga_shell", name, "-d", m_Device.path(), "-m", "64"});
-        std::vector<char*> argv;
-        for (std::string& word : words)
-            argv.push_back(word.data());
+        words.insert(words.begin(), {name, "-d", m_Device.path(), "-m", "64"});
+        ArgumentVector arguments(std::move(words));
         std::ostringstream out;
         std::istringstream in;
         Command command(name, "TBA", "Accesses memory.");
-        EXPECT_EQ(command.run(static_cast<int>(argv.size()), argv.data(), out, in), 0);
+        EXPECT_EQ(command.run(arguments.argc(), arguments.argv(), out, in), 0);
         return out.str();
     }
 
