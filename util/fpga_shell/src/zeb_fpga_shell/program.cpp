@@ -2,6 +2,7 @@
 
 #include "zeb_fpga_shell/cli/cli_module.h"
 #include "zeb_fpga_shell/cli/registry.h"
+#include "zeb_fpga_shell/interactive_mode.h"
 #include "zeb_fpga_shell/stop_flag.h"
 
 #include <osl/cpputils/error.h>
@@ -48,7 +49,7 @@ int runProgram(int argc, char** argv)
     g_StopFlag = std::make_shared<std::atomic<bool>>(false);
     std::signal(SIGINT, &onInterrupt);
     CppUtil::Log::setUp(CppUtil::Log::Level::WARNING);
-    return runCommand(argc, argv);
+    return wantsInteractiveMode(argc, argv) ? runInteractive(std::cin, std::cout, std::cerr) : runCommand(argc, argv);
 }
 
 } // namespace Osl::Utils
