@@ -1,7 +1,12 @@
 option(BUILD_TESTING "Build the tests" ON)
 if(BUILD_TESTING)
     enable_testing()
-    find_package(GTest REQUIRED)
+    if(CMAKE_CROSSCOMPILING)
+        # Debian's compiled GoogleTest is for the build machine.
+        add_subdirectory(/usr/src/googletest ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
+    else()
+        find_package(GTest REQUIRED)
+    endif()
     include(GoogleTest)
 endif()
 

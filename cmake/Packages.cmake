@@ -1,0 +1,13 @@
+# The libraries of the tool, all used as headers alone.
+if(CMAKE_CROSSCOMPILING)
+    # Debian's package files describe the build machine, and refuse a board of another word size; the headers serve any.
+    add_library(cxxopts::cxxopts INTERFACE IMPORTED)
+    add_library(fmt::fmt-header-only INTERFACE IMPORTED)
+    target_compile_definitions(fmt::fmt-header-only INTERFACE FMT_HEADER_ONLY=1)
+    add_library(spdlog::spdlog_header_only INTERFACE IMPORTED)
+    target_compile_definitions(spdlog::spdlog_header_only INTERFACE SPDLOG_FMT_EXTERNAL)
+else()
+    find_package(cxxopts 3.1 REQUIRED)
+    find_package(fmt 9 REQUIRED)
+    find_package(spdlog 1.10 REQUIRED)
+endif()
