@@ -1,0 +1,88 @@
+#pragma once
+
+#include <osl/userspace_drivers/drivers/zeb/ts/tablelayout.h>
+#include <osl/userspace_drivers/interfaces/imemif.h>
+
+#include <fmt/format.h>
+
+#include <iterator>
+#include <list>
+#include <ostream>
+
+namespace Osl::Drivers::Zeb {
+
+/// Which rows of a table are wanted.
+struct RowSelection
+{
+    uint32_t offset;
+    uint32_t count;
+    bool inactive;
+    bool showAll;
+};
+
+using LineBuffer = fmt::memory_buffer;
+
+/// All that tells the read-out of one table from that of the next.
+template <class Entry>
+struct TableReadOut
+{
+    const TableLayout& table;
+    int rowDigits;
+    bool (*isUnused)(const Entry& entry);
+    void (*formatFields)(LineBuffer& line, uint32_t row, const Entry& entry);
+};
+
+/// Raises InvalidArgumentError for rows that the table does not have.
+void checkRows(const TableLayout& table, const RowSelection& selection);
+/// First word of the selected rows.
+uint32_t firstWord(IMemIf& memory, const TableLayout& table, const RowSelection& selection);
+
+inline const char* yesOrNo(bool flag) { return flag ? "YES" : "NO"; }
+
+template <class... Args>
+void append(LineBuffer& line, fmt::format_string<Args...> format, Args&&... args)
+{
+    fmt::format_to(std::back_inserter(line), format, std::forward<Args>(args)...);
+}
+
+/// Calls `visit(row, word offset, entry)` for each row of the selection that is in use, or each at all.
+template <class Entry, class IsUnused, class Visit>
+void visitRows(IMemIf& memory, const TableLayout& table, const RowSelection& selection, const IsUnused& isUnused,
+               const Visit& visit)
+{
+    checkRows(table, selection);
+    uint32_t word = firstWord(memory, table, selection);
+    for (uint32_t i = 0; i < selection.count; ++i, word += table.wordsPerRow) {
+        Entry entry;
+        entry.setFromWords(memory.readBlock32(word, table.wordsPerRow));
+        if (selection.showAll || !isUnused(entry))
+            visit(selection.offset + i, word, entry);
+    }
+}
+
+template <class Entry>
+void printTable(IMemIf& memory, const TableReadOut<Entry>& readOut, const RowSelection& selection, std::ostream& out)
+{
+    LineBuffer line;
+    visitRows<Entry>(memory, readOut.table, selection, readOut.isUnused,
+                     [&](uint32_t row, uint32_t word, const Entry& entry) {
+                         line.clear();
+                         append(line, "{:0{}} (0x{:08x}): ", row, readOut.rowDigits, word);
+                         readOut.formatFields(line, row, entry);
+                         line.push_back('\n');
+                         // A device that fails later must not take this line with it.
+                         out.write(line.data(), static_cast<std::streamsize>(line.size())).flush();
+                     });
+}
+
+template <class Entry, class IsUnused>
+std::list<Entry> getTable(IMemIf& memory, const TableLayout& table, const RowSelection& selection,
+                          const IsUnused& isUnused)
+{
+    std::list<Entry> entries;
+    visitRows<Entry>(memory, table, selection, isUnused,
+                     [&](uint32_t, uint32_t, Entry& entry) { entries.push_back(std::move(entry)); });
+    return entries;
+}
+
+} // namespace Osl::Drivers::Zeb
