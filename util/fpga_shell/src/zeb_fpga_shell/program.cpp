@@ -11,8 +11,10 @@
 #include <algorithm>
 #include <csignal>
 #include <exception>
+#include <fcntl.h>
 #include <iostream>
 #include <string_view>
+#include <unistd.h>
 
 namespace Osl::Utils {
 namespace {
@@ -20,6 +22,17 @@ namespace {
 StopFlag g_StopFlag;
 
 void onInterrupt(int) { g_StopFlag->store(true); }
+
+/// A standard stream that was closed before the program started would leave its number to the next file opened, a
+/// device: output would then be written into the FPGA's tables. What takes its place cannot be written, so that lost
+/// output is noticed.
+void occupyStandardStreams()
+{
+    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (::fcntl(descriptor, F_GETFD) == -1)
+            ::open("/dev/null", O_RDONLY); // gets the lowest free number, which is this one
+    }
+}
 
 int runCommand(int argc, char** argv)
 {
@@ -46,6 +59,7 @@ bool wantsInteractiveMode(int argc, const char* const* argv)
 
 int runProgram(int argc, char** argv)
 {
+    occupyStandardStreams();
     g_StopFlag = std::make_shared<std::atomic<bool>>(false);
     std::signal(SIGINT, &onInterrupt);
     CppUtil::Log::setUp(CppUtil::Log::Level::WARNING);
