@@ -1,0 +1,20 @@
+#pragma once
+
+#include <osl/cpputils/error.h>
+
+#include <filesystem>
+
+namespace Osl::VirtualBoard {
+
+struct BoardError : CppUtil::PrefixedError<"Virtual board Error: ">
+{
+    using PrefixedError::PrefixedError;
+};
+
+/// Makes of `root` the folder of a board: below it lies one file for each device and attribute, at the path that the
+/// thing itself has on a real board ("dev/zebtsif_pidlut"). What is there already keeps its state, what is missing is
+/// made as after a reset; a file appears only with its whole content. Raises BoardError, naming the file, when
+/// something cannot be made or a file cannot be the device that its name says.
+void makeBoard(const std::filesystem::path& root);
+
+} // namespace Osl::VirtualBoard

@@ -1,0 +1,3 @@
+#include "virtual_board/program.h"
+
+int main(int argc, char** argv) { return Osl::VirtualBoard::runProgram(argc, argv); }

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <osl/userspace_drivers/drivers/zeb/ts/tablelayout.h>
+#include <osl/userspace_drivers/drivers/zeb/zeb_devices.h>
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+namespace Osl::VirtualBoard {
+
+/// A device of the board whose memory can be mapped.
+struct MemoryDevice
+{
+    const Drivers::Zeb::MappedDevice& device;
+    std::optional<Drivers::Zeb::TableBlock> tables; ///< the tables that lie in it
+};
+
+inline constexpr std::array MEMORY_DEVICES{MemoryDevice{Drivers::Zeb::PIDLUT_DEVICE, Drivers::Zeb::TableBlock::PID},
+                                           MemoryDevice{Drivers::Zeb::IPLUT_DEVICE, Drivers::Zeb::TableBlock::IO},
+                                           MemoryDevice{Drivers::Zeb::PKTIO_DEVICE, std::nullopt}};
+
+/// What the memory holds after a reset of the FPGA, in 32-bit words: every table full of stuffing rows, both banks
+/// where there are two; everything else 0.
+std::vector<uint32_t> resetState(const MemoryDevice& memory);
+
+} // namespace Osl::VirtualBoard
