@@ -1,0 +1,57 @@
+import os
+import sys
+from pathlib import Path
+
+import pexpect
+import pytest
+
+sys.path.insert(0, str(Path(__file__).parent))
+
+from harness import board as boards  # noqa: E402  (needs the path above)
+
+
+def pytest_configure():
+    for program in (boards.TOOL, boards.MODEL):
+        if not os.access(program, os.X_OK):
+            pytest.exit(f"{program} is not built; run scripts/test", returncode=2)
+
+
+def pytest_report_header():
+    return f"tool: {boards.TOOL}"
+
+
+@pytest.fixture(scope="session")
+def _session_board(tmp_path_factory):
+    board = boards.Board(tmp_path_factory.mktemp("board"))
+    yield board
+    board.close()
+
+
+@pytest.fixture
+def board(_session_board):
+    """A board as after a reset; run() executes the tool on it, a few milliseconds each."""
+    _session_board.reset()
+    return _session_board
+
+
+@pytest.fixture
+def terminal():
+    """Starts commands on fresh boards with a pseudo-terminal before them, as at a person's desk."""
+    running = []
+
+    def start(*command):
+        session = pexpect.spawn(
+            str(boards.LAUNCHER),
+            ["run", "--", *map(str, command)],
+            env=boards.environment(),
+            encoding="utf-8",
+            timeout=boards.TIMEOUT,
+            echo=False,
+        )
+        session.delaybeforesend = None
+        running.append(session)
+        return session
+
+    yield start
+    for session in running:
+        session.close(force=True)

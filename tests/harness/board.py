@@ -1,0 +1,115 @@
+"""Virtual boards for tests: the unmodified tool, run by scripts/board."""
+
+import json
+import os
+import re
+import struct
+import subprocess
+import sys
+from pathlib import Path
+from typing import NamedTuple, Optional
+
+REPO = Path(__file__).resolve().parents[2]
+LAUNCHER = REPO / "scripts" / "board"
+BUILD = Path(os.environ.get("ZEB_BUILD_DIR", REPO / "build" / "dev")).resolve()
+TOOL = BUILD / "util" / "fpga_shell" / "zeb_fpga_shell"
+MODEL = BUILD / "util" / "virtual_board" / "zeb_virtual_board"
+TIMEOUT = 30  # seconds; far more than any command takes, sanitizers included
+
+PIDLUT = "zebtsif_pidlut"
+IPLUT = "zebtsif_iplut"
+PKTIO = "zebtsif_pktio_dbg"
+SIZES = {PIDLUT: 0x20000, IPLUT: 0x4000, PKTIO: 0x1000}  # bytes
+
+
+class Result(NamedTuple):
+    status: Optional[int]  # minus the signal's number when a signal ended the command; None: it did not end in time
+    out: str
+    err: str
+
+
+def without_places(text):
+    """An error text without the place in the source code where the error was raised."""
+    return re.sub(r"\([^()\s]+\.(?:cpp|h):\d+\)", "", text)
+
+
+def environment():
+    return {**os.environ, "ZEB_BUILD_DIR": str(BUILD)}
+
+
+def run_bare(*argv, input=None, **options):
+    """Runs a command on this machine, where there is no board."""
+    done = subprocess.run(
+        [str(word) for word in argv],
+        input=input,
+        stdin=subprocess.DEVNULL if input is None else None,
+        capture_output=True,
+        text=True,
+        errors="surrogateescape",
+        timeout=TIMEOUT,
+        env=environment(),
+        **options,
+    )
+    return Result(done.returncode, done.stdout, done.stderr)
+
+
+class Board:
+    """A board in `folder` and one sandbox on it, in which all commands run; to be closed."""
+
+    def __init__(self, folder):
+        self.folder = Path(folder)
+        self._sandbox = subprocess.Popen(
+            [LAUNCHER, "run", "--dir", self.folder, "--", sys.executable, Path(__file__).with_name("sandbox_server.py")],
+            stdin=subprocess.PIPE,
+            stdout=subprocess.PIPE,
+            text=True,
+            env=environment(),
+        )
+        self.execute(["true"])  # the board is there once this was answered
+        self._reset = {name: self.path(name).read_bytes() for name in SIZES}
+
+    def close(self):
+        self._sandbox.stdin.close()
+        assert self._sandbox.wait(TIMEOUT) == 0
+
+    def path(self, device):
+        """Where the test finds the memory of `device`."""
+        return self.folder / "dev" / device
+
+    def reset(self):
+        """As after a reset of the FPGA. The files stay the same ones: the sandbox holds them."""
+        for name, content in self._reset.items():
+            self.path(name).chmod(0o644)
+            with self.path(name).open("r+b") as device:
+                device.truncate(len(content))
+                device.write(content)
+
+    def execute(self, argv, input=None, timeout=TIMEOUT):
+        request = {"argv": [str(word) for word in argv], "input": input, "timeout": timeout}
+        print(json.dumps(request), file=self._sandbox.stdin, flush=True)
+        answer = self._sandbox.stdout.readline()
+        assert answer, "the sandbox ended"
+        return Result(**json.loads(answer))
+
+    def run(self, *args, input=None):
+        """Runs the tool with `args`."""
+        return self.execute([TOOL, *args], input)
+
+    def sh(self, script, input=None):
+        """Runs a shell script; the tool is in its PATH."""
+        return self.execute(["bash", "-c", script], input)
+
+    def words(self, device, offset=0, count=None):
+        """32-bit words of the device's memory; `offset` and `count` in words, default all."""
+        content = self.path(device).read_bytes()[4 * offset :]
+        return [word for (word,) in struct.iter_unpack("=I", content)][:count]
+
+    def poke(self, device, offset, *words):
+        """Stores 32-bit words in the device's memory, as the FPGA would."""
+        with self.path(device).open("r+b") as memory:
+            memory.seek(4 * offset)
+            memory.write(struct.pack(f"={len(words)}I", *words))
+
+    def memory(self):
+        """All device memory, to see that a command changed nothing."""
+        return {name: self.path(name).read_bytes() for name in SIZES}

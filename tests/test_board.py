@@ -1,0 +1,247 @@
+"""The launcher of the virtual board, and the state of a board that was just reset."""
+
+import os
+import shutil
+import signal
+import subprocess
+import tempfile
+import time
+from pathlib import Path
+
+import pexpect
+import pytest
+
+from harness.board import BUILD, IPLUT, LAUNCHER, MODEL, PIDLUT, PKTIO, REPO, SIZES, TIMEOUT, TOOL
+from harness.board import environment, run_bare
+
+
+def run(*command, options=(), **further):
+    return run_bare(LAUNCHER, "run", *options, "--", *command, **further)
+
+
+def test_reset_state(board):
+    """Numbers stand for themselves here, so that an error in the layouts cannot hide in tool and board alike."""
+    pid = board.words(PIDLUT)
+    assert set(pid[256:512]) == {0x00000FFF}  # TSI MAP
+    assert pid[8192:16384] == 4096 * [0x001FFFFF, 0xFF000FFF]  # PID LUT, both banks
+    assert pid[16384:24576] == 4096 * [0x001FFFFF, 0x00000000]  # O-PID MAP
+    assert set(pid[:256] + pid[512:8192] + pid[24576:]) == {0}  # control, FILTER TABLE, counters
+    io = board.words(IPLUT)
+    assert set(io[128:192]) == {0x000000FF}  # PHYS IN MAP
+    assert set(io[256:512]) == {0x000000FF}  # PHYS OUT MAP
+    assert io[1024:2048] == 256 * [0, 0, 0, 0x0000FFFF]  # IP OUT MAP
+    assert io[2048:2560] == 256 * [0x00000000, 0x00FFFFFF]  # IP LUT
+    assert set(io[:128] + io[192:256] + io[512:1024] + io[2560:]) == {0}
+    assert set(board.words(PKTIO)) == {0}
+
+
+@pytest.mark.parametrize(
+    "command, status",
+    [
+        (["true"], 0),
+        (["false"], 1),
+        (["sh", "-c", "exit 42"], 42),
+        (["sh", "-c", "kill -KILL $$"], 128 + 9),
+        (["/nowhere/command"], 127),
+        (["/tmp"], 126),
+    ],
+)
+def test_ends_with_the_status_of_the_command(command, status):
+    assert run(*command).status == status
+
+
+def test_passes_everything_through():
+    result = run("sh", "-c", 'cat; pwd; echo "$1" "$2" >&2', "sh", "--dir", "a b", input="given\n", cwd="/usr")
+    assert result == (0, "given\n/usr\n", "--dir a b\n")
+
+
+def test_command_finds_the_tool_and_a_fresh_board():
+    words = run("sh", "-c", "zeb_fpga_shell write32 -d tsio -v 5; zeb_fpga_shell read32 -d tsio; ls /sys/class")
+    assert words == (0, "0x00000000:  0x00000005 \n", "")
+    assert run("zeb_fpga_shell", "read32", "-d", "tsio").out == "0x00000000:  0x00000000 \n"
+    assert not os.path.exists("/dev/zebtsif_iplut")
+
+
+def test_kept_board_is_found_again(tmp_path):
+    options = ["--dir", tmp_path / "new" / "kept"]
+    assert run("zeb_fpga_shell", "write32", "-d", "tsio", "-v", "5", options=options).status == 0
+    assert run("zeb_fpga_shell", "read32", "-d", "tsio", options=options).out == "0x00000000:  0x00000005 \n"
+    assert sorted(os.listdir(tmp_path / "new" / "kept" / "dev")) == sorted(SIZES)
+    relative = run("zeb_fpga_shell", "read32", "-d", "tsio", options=["--dir=kept"], cwd=tmp_path / "new")
+    assert relative.out == "0x00000000:  0x00000005 \n"
+
+
+@pytest.mark.parametrize(
+    "prepare, complaint",
+    [
+        (lambda folder: folder.write_text("a file"), "Cannot make folder {0}/dev: Not a directory"),
+        (lambda folder: folder.symlink_to("/proc/nothing"), "Cannot make folder {0}"),
+        (
+            lambda folder: [(folder / "dev").mkdir(parents=True), (folder / "dev" / PIDLUT).write_bytes(b"12345")],
+            "{0}/dev/zebtsif_pidlut has 5 bytes, the device has 131072",
+        ),
+        (
+            lambda folder: (folder / "dev" / IPLUT).mkdir(parents=True),
+            "{0}/dev/zebtsif_iplut is not a regular file",
+        ),
+    ],
+    ids=["file", "cannot be made", "wrong size", "folder for device"],
+)
+def test_unusable_folder(tmp_path, prepare, complaint):
+    folder = tmp_path / "folder"
+    prepare(folder)
+    result = run("echo", "ran", options=["--dir", folder])
+    assert result[:2] == (125, "")
+    assert complaint.format(folder) in result.err
+
+
+@pytest.mark.parametrize(
+    "arguments",
+    [[], ["walk"], ["run"], ["run", "--"], ["run", "--dir"], ["run", "--net", "true"], ["shell", "true"]],
+    ids=" ".join,
+)
+def test_usage_errors(arguments):
+    result = run_bare(LAUNCHER, *arguments)
+    assert result[:2] == (125, "")
+    assert result.err.startswith("board: ") and result.err.count("\n") == 1
+
+
+def test_help():
+    assert run_bare(LAUNCHER, "--help").out.startswith("Runs commands on a virtual board")
+
+
+def path_with(folder, bwrap=None):
+    """A PATH with little in it, and with a bubblewrap of our own or none."""
+    for program in ["bash", "dirname", "realpath"]:
+        (folder / program).symlink_to(shutil.which(program))
+    if bwrap:
+        (folder / "bwrap").write_text(bwrap)
+        (folder / "bwrap").chmod(0o755)
+    return {**environment(), "PATH": str(folder)}
+
+
+def run_with_path(path):
+    done = subprocess.run(
+        [shutil.which("bash"), LAUNCHER, "run", "true"], env=path, capture_output=True, text=True, timeout=TIMEOUT
+    )
+    return done.returncode, done.stderr
+
+
+def test_missing_bubblewrap(tmp_path):
+    status, err = run_with_path(path_with(tmp_path))
+    assert (status, err) == (125, "board: bubblewrap is not installed; run: scripts/setup-packages board\n")
+
+
+def test_missing_user_namespaces(tmp_path):
+    bwrap = "#!/bin/bash\necho 'bwrap: No permissions to create new namespace' >&2; exit 1\n"
+    status, err = run_with_path(path_with(tmp_path, bwrap))
+    assert status == 125
+    assert err.startswith("bwrap: No permissions to create new namespace\nboard: no sandbox: ")
+
+
+def processes_with(mark):
+    found = []
+    for pid in filter(str.isdigit, os.listdir("/proc")):
+        try:
+            with open(f"/proc/{pid}/cmdline", "rb") as cmdline:
+                if mark.encode() in cmdline.read():  # empty for a process that only waits to be reaped
+                    found.append(int(pid))
+        except OSError:
+            pass
+    return found
+
+
+@pytest.mark.parametrize("end", [signal.SIGKILL, signal.SIGTERM, signal.SIGHUP])
+def test_nothing_is_left_when_the_launcher_is_killed(end, tmp_path):
+    mark = f"9{os.getpid()}.{int(end)}"
+    script = f"sleep {mark} & echo started; exec sleep {mark}"
+    launcher = subprocess.Popen(
+        [LAUNCHER, "run", "--", "sh", "-c", script],
+        stdout=subprocess.PIPE,
+        env={**environment(), "TMPDIR": str(tmp_path)},
+    )
+    assert launcher.stdout.readline() == b"started\n"
+    assert processes_with(mark)
+    launcher.send_signal(end)
+    launcher.wait(TIMEOUT)
+    deadline = time.monotonic() + TIMEOUT
+    while processes_with(mark) and time.monotonic() < deadline:
+        time.sleep(0.01)
+    assert processes_with(mark) == []
+    assert os.listdir(tmp_path) == []
+    launcher.stdout.close()
+
+
+def test_background_processes_end_with_the_command():
+    mark = f"8{os.getpid()}.5"
+    assert run("sh", "-c", f"sleep {mark} >/dev/null 2>&1 & exit 3").status == 3
+    assert processes_with(mark) == []
+
+
+def test_ctrl_c_is_for_the_command(terminal):
+    session = terminal("sh", "-c", 'trap "echo caught; exit 5" INT; echo ready; sleep 60 & wait')
+    session.expect_exact("ready")
+    session.sendintr()
+    session.expect_exact("caught")
+    session.expect(pexpect.EOF)
+    session.close()
+    assert session.exitstatus == 5
+
+    session = terminal("sh", "-c", "echo ready; exec sleep 60")
+    session.expect_exact("ready")
+    session.sendintr()
+    session.expect(pexpect.EOF)
+    session.close()
+    assert session.exitstatus == 128 + signal.SIGINT
+
+
+def test_shell_on_a_board():
+    session = pexpect.spawn(str(LAUNCHER), ["shell"], env=environment(), encoding="utf-8", timeout=TIMEOUT)
+    prompt = r"board:[^\r\n]*[$#] "
+    session.expect(prompt)
+    session.sendline("zeb_fpga_shell read32 -d pktio")
+    session.expect_exact("0x00000000:  0x00000000 \r\n")
+    session.expect(prompt)
+    session.sendline("sh -c 'echo re''ady; exec sleep 60'")
+    session.expect_exact("ready\r\n")  # what the command says, not what was typed
+    session.sendintr()
+    session.expect(prompt)
+    session.sendline("exit 4")
+    session.expect(pexpect.EOF)
+    session.close()
+    assert session.exitstatus == 4
+
+
+def test_boards_are_strangers_to_each_other():
+    write_and_wait = "zeb_fpga_shell write32 -d tsio -v 1; echo; read -r _; zeb_fpga_shell read32 -d tsio"
+    first = subprocess.Popen(
+        [LAUNCHER, "run", "sh", "-c", write_and_wait],
+        stdin=subprocess.PIPE,
+        stdout=subprocess.PIPE,
+        text=True,
+        env=environment(),
+    )
+    assert first.stdout.readline() == "\n"
+    second = run("sh", "-c", "zeb_fpga_shell read32 -d tsio; zeb_fpga_shell write32 -d tsio -v 2")
+    assert second.out == "0x00000000:  0x00000000 \n"
+    assert first.communicate("go\n", timeout=TIMEOUT)[0] == "0x00000000:  0x00000001 \n"
+
+
+@pytest.mark.skipif(os.geteuid() != 0, reason="not root: all tests run unprivileged already")
+def test_unprivileged_user():
+    """A copy that everyone may read, since the working tree may lie in root's own folder."""
+    folder = Path(tempfile.mkdtemp())
+    try:
+        folder.chmod(0o755)
+        for source in [LAUNCHER, TOOL, MODEL]:
+            copy = folder / (source.relative_to(REPO) if source == LAUNCHER else "build/dev" / source.relative_to(BUILD))
+            copy.parent.mkdir(parents=True, exist_ok=True)
+            shutil.copy(source, copy)
+        nobody = ["setpriv", "--reuid=65534", "--regid=65534", "--clear-groups", "env", "-u", "ZEB_BUILD_DIR"]
+        board = [*nobody, f"{folder}/scripts/board", "run"]
+        result = run_bare(*board, "sh", "-c", "id -u; zeb_fpga_shell write32 -d tsio -v 3 -r", cwd="/")
+        assert result == (0, "65534\n0x00000000:  0x00000003 \n", "")
+        refused = run_bare(*board, "--dir", f"{folder}/forbidden", "true", cwd="/")
+        assert refused.status == 125 and "Permission denied" in refused.err
+    finally:
+        shutil.rmtree(folder)
