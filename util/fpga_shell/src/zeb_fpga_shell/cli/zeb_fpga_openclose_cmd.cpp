@@ -30,6 +30,16 @@ constexpr std::array DEVICE_OPTIONS{
 
 } // namespace
 
+std::unique_ptr<Pci::PciIf> openDevice(const std::string& path, uint32_t mapSize)
+{
+    try {
+        return std::make_unique<Pci::PciIf>(path, mapSize, 0);
+    } catch (const Pci::PciError& error) {
+        OSL_RAISE(ShellError,
+                  fmt::format("Cannot open device {}. Driver interface returned: \"{}\".", path, error.what()));
+    }
+}
+
 void ZEBFpgaOpenCloseCmd::addOptions(Options& options) { options.add(DEVICE_OPTIONS); }
 
 ZEBFpgaOpenCloseCmd::DeviceSettings ZEBFpgaOpenCloseCmd::getDeviceSettings(const Options& options) const
@@ -46,12 +56,7 @@ int ZEBFpgaOpenCloseCmd::doCommand(Options& options, std::ostream& out, std::ist
 {
     const DeviceSettings settings = getDeviceSettings(options);
     m_DevicePath = settings.path;
-    try {
-        m_Device = std::make_unique<Pci::PciIf>(settings.path, settings.mapSize, 0);
-    } catch (const Pci::PciError& error) {
-        OSL_RAISE(ShellError, fmt::format("Cannot open device {}. Driver interface returned: \"{}\".", settings.path,
-                                          error.what()));
-    }
+    m_Device = openDevice(settings.path, settings.mapSize);
     const auto close = [](ZEBFpgaOpenCloseCmd* self) { self->m_Device.reset(); };
     const std::unique_ptr<ZEBFpgaOpenCloseCmd, decltype(close)> closesDevice(this, close);
     return doFpgaCommand(options, out, in);

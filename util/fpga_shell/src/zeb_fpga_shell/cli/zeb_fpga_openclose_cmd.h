@@ -12,6 +12,9 @@
 
 namespace Osl::Utils {
 
+/// Opens a device and maps its first `mapSize` bytes; raises ShellError naming it when that fails.
+std::unique_ptr<Pci::PciIf> openDevice(const std::string& path, uint32_t mapSize);
+
 /// A command that works on the memory of one FPGA device, which is open and mapped for exactly the run of the body.
 /// The user chooses the device: by designation ("router", "tsio", "pktio"), or by path with the bytes to map.
 class ZEBFpgaOpenCloseCmd : public CliCmd

@@ -1,0 +1,153 @@
+#include <osl/cpputils/error.h>
+#include <osl/linutils/raii_filedescriptors.h>
+#include <osl/linutils/whole_file.h>
+#include <osl/testing/failure_of.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace Osl::LinuxCppUtil;
+using Osl::CppUtil::FileSystemError;
+using Osl::Testing::failureOf;
+using testing::HasSubstr;
+using testing::StartsWith;
+namespace fs = std::filesystem;
+
+namespace {
+
+const std::vector<uint8_t> BYTES{'n', 'e', 'w', 0, 0xFF};
+const std::string TEXT(BYTES.begin(), BYTES.end());
+
+class WholeFileTest : public testing::Test
+{
+protected:
+    WholeFileTest()
+    {
+        fs::remove_all(m_Folder);
+        fs::create_directory(m_Folder);
+    }
+    ~WholeFileTest() override { fs::remove_all(m_Folder); }
+
+    std::string path(const char* name) const { return m_Folder / name; }
+    std::string put(const char* name, const std::string& text) const
+    {
+        std::ofstream(path(name), std::ios::binary) << text;
+        return path(name);
+    }
+    std::string content(const char* name) const
+    {
+        std::ifstream file(path(name), std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+    std::ptrdiff_t files() const { return std::distance(fs::directory_iterator(m_Folder), fs::directory_iterator()); }
+    static std::string writeFailure(const std::string& file)
+    {
+        return failureOf<FileSystemError>([&] { writeWholeFile(file, BYTES); });
+    }
+    static std::string readFailure(const std::string& file)
+    {
+        return failureOf<FileSystemError>([&] { (void)readWholeFile(file, 100); });
+    }
+
+    fs::path m_Folder = fs::temp_directory_path() / ("whole_file_test." + std::to_string(::getpid()));
+};
+
+} // namespace
+
+TEST_F(WholeFileTest, WhatIsWrittenIsReadBackUpToTheLimit)
+{
+    writeWholeFile(path("new"), BYTES);
+    EXPECT_EQ(readWholeFile(path("new"), 100), BYTES);
+    EXPECT_EQ(readWholeFile(path("new"), 5), BYTES);
+    EXPECT_EQ(readWholeFile(path("new"), 2).size(), 2U);
+    EXPECT_TRUE(readWholeFile(put("empty", ""), 100).empty());
+    EXPECT_EQ(files(), 2);
+}
+
+TEST_F(WholeFileTest, AnExistingFileKeepsItsModeAndALinkItsTarget)
+{
+    fs::permissions(put("old", "longer than what comes"), fs::perms(0640));
+    fs::create_symlink("old", path("link"));
+    fs::create_symlink("link", path("link_to_link"));
+    writeWholeFile(path("link_to_link"), BYTES);
+    EXPECT_EQ(content("old"), TEXT);
+    EXPECT_EQ(fs::status(path("old")).permissions(), fs::perms(0640));
+    EXPECT_TRUE(fs::is_symlink(path("link")));
+
+    fs::create_symlink("made", path("dangling"));
+    writeWholeFile(path("dangling"), BYTES);
+    EXPECT_EQ(content("made"), TEXT);
+    EXPECT_EQ(files(), 5);
+}
+
+TEST_F(WholeFileTest, ANewFileGetsTheUsualMode)
+{
+    const mode_t before = ::umask(027);
+    writeWholeFile(path("new"), BYTES);
+    ::umask(before);
+    EXPECT_EQ(fs::status(path("new")).permissions(), fs::perms(0640));
+}
+
+TEST_F(WholeFileTest, FullDisksAreReportedAndLeaveTheOldFile)
+{
+    EXPECT_THAT(writeFailure("/dev/full"),
+                StartsWith("IOErrorr: Generic filesystem Error: Unable to write file \"/dev/full\": No space left on "
+                           "device("));
+
+    put("old", "old");
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit before = {};
+    ::getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit small{3, before.rlim_max};
+    ::setrlimit(RLIMIT_FSIZE, &small);
+    const std::string failure = writeFailure(path("old"));
+    const std::string newFailure = writeFailure(path("new"));
+    ::setrlimit(RLIMIT_FSIZE, &before);
+    EXPECT_THAT(failure, HasSubstr("Unable to write file \"" + path("old") + "\": File too large("));
+    EXPECT_THAT(newFailure, HasSubstr("Unable to write file \"" + path("new") + "\": File too large("));
+    EXPECT_EQ(content("old"), "old");
+    EXPECT_EQ(files(), 1);
+}
+
+TEST_F(WholeFileTest, PlacesThatCannotBeWrittenOrReadAreNamedWithTheReason)
+{
+    const std::string writing = "IOErrorr: Generic filesystem Error: Unable to open writable file \"";
+    EXPECT_THAT(writeFailure(m_Folder), StartsWith(writing + m_Folder.string() + "\": Is a directory("));
+    EXPECT_THAT(writeFailure(path("no/file")),
+                StartsWith(writing + path("no/file") + "\": No such file or directory("));
+    EXPECT_THAT(writeFailure(put("file", "") + "/below"), HasSubstr("Not a directory("));
+    EXPECT_THAT(writeFailure(""), StartsWith(writing + "\": No such file or directory("));
+    fs::create_symlink("b", path("a"));
+    fs::create_symlink("a", path("b"));
+    EXPECT_THAT(writeFailure(path("a")), HasSubstr("Too many levels of symbolic links("));
+
+    const std::string reading = "IOErrorr: Generic filesystem Error: Unable to open readable file \"";
+    EXPECT_THAT(readFailure(m_Folder), StartsWith(reading + m_Folder.string() + "\": Is a directory("));
+    EXPECT_THAT(readFailure(path("none")), StartsWith(reading + path("none") + "\": No such file or directory("));
+    EXPECT_THAT(readFailure("/dev/zero"), StartsWith(reading + "/dev/zero\": neither a regular file nor a pipe("));
+}
+
+TEST_F(WholeFileTest, PipesAreReadAndWrittenButNotWaitedFor)
+{
+    const std::string pipe = path("pipe");
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    EXPECT_THAT(writeFailure(pipe), HasSubstr("Unable to open writable file"));
+    EXPECT_TRUE(readWholeFile(pipe, 100).empty());
+
+    const UniqueFD otherEnd = ownFD(::open(pipe.c_str(), O_RDWR));
+    writeWholeFile(pipe, BYTES);
+    std::string received(BYTES.size(), ' ');
+    ASSERT_EQ(::read(*otherEnd, received.data(), received.size()), 5);
+    EXPECT_EQ(received, TEXT);
+    ASSERT_EQ(::write(*otherEnd, BYTES.data(), BYTES.size()), 5);
+    EXPECT_EQ(readWholeFile(pipe, BYTES.size()), BYTES);
+    EXPECT_TRUE(fs::is_fifo(pipe));
+}

@@ -1,0 +1,34 @@
+#include "zeb_fpga_shell/cli/table_clear_cmds.h"
+
+#include <osl/userspace_drivers/drivers/zeb/ts/pidlutmapdriver.h>
+#include <osl/userspace_drivers/drivers/zeb/ts/tsiodriver.h>
+
+namespace Osl::Utils {
+namespace {
+
+using namespace Drivers::Zeb;
+
+template <class Driver, auto CLEAR, auto... ARGUMENTS>
+void clearTable(const Options&, const std::shared_ptr<Drivers::IMemIf>& memory, std::ostream&)
+{
+    (Driver(memory).*CLEAR)(ARGUMENTS...);
+}
+
+template <auto CLEAR>
+constexpr TableCmdDecl PID_CLEAR{PIDLUT_DEVICE, {}, &clearTable<PidLutMapDriver, CLEAR>};
+template <auto CLEAR, auto... ARGUMENTS>
+constexpr TableCmdDecl IO_CLEAR{IPLUT_DEVICE, {}, &clearTable<TsIoDriver, CLEAR, ARGUMENTS...>};
+
+constexpr bool BOTH_BANKS = true;
+
+} // namespace
+
+const TableCmdDecl CLEAR_TSI_MAP = PID_CLEAR<&PidLutMapDriver::clearTsiMap>;
+const TableCmdDecl CLEAR_PID_LUT = PID_CLEAR<&PidLutMapDriver::clearPidLut>;
+const TableCmdDecl CLEAR_O_PID_MAP = PID_CLEAR<&PidLutMapDriver::clearPidMap>;
+const TableCmdDecl CLEAR_IP_LUT = IO_CLEAR<&TsIoDriver::clearIpInLut, BOTH_BANKS>;
+const TableCmdDecl CLEAR_IP_OUT_MAP = IO_CLEAR<&TsIoDriver::clearIpOutMap>;
+const TableCmdDecl CLEAR_PHYS_OUT_MAP = IO_CLEAR<&TsIoDriver::clearPhysOutMap>;
+const TableCmdDecl CLEAR_PHYS_IN_MAP = IO_CLEAR<&TsIoDriver::clearPhysInMap>;
+
+} // namespace Osl::Utils

@@ -1,0 +1,91 @@
+#include "zeb_fpga_shell/cli/table_read_cmds.h"
+
+#include <osl/userspace_drivers/drivers/zeb/ts/diag/iplut_diag.h>
+#include <osl/userspace_drivers/drivers/zeb/ts/diag/pidlut_diag.h>
+#include <osl/userspace_drivers/drivers/zeb/ts/tablelayout.h>
+
+#include <algorithm>
+#include <array>
+
+namespace Osl::Utils {
+namespace {
+
+using namespace Drivers::Zeb;
+
+constexpr std::array<OptionDecl, 4> readOptions(const char* all, const char* showAll, const char* offset)
+{
+    return {{
+        {"a,all", OptionKind::FLAG, all},
+        {"s,show_all", OptionKind::FLAG, showAll},
+        {"o,offset", OptionKind::NUMBER, offset},
+        {"c,count", OptionKind::NUMBER, "Number of entries to read-out"},
+    }};
+}
+
+constexpr std::array<OptionDecl, 5> bankReadOptions(const char* all, const char* showAll, const char* offset,
+                                                    const char* inactive)
+{
+    const std::array<OptionDecl, 4> common = readOptions(all, showAll, offset);
+    std::array<OptionDecl, 5> options{};
+    std::copy(common.begin(), common.end(), options.begin());
+    options.back() = {"i,inactive", OptionKind::FLAG, inactive};
+    return options;
+}
+
+constexpr const char* SHOW_DISABLED = "Reads out disabled/stuffing entries, which are default filtered.";
+constexpr const char* SHOW_STUFFING =
+    "If set, the command will readout all entries, including the default stuffing entries.";
+
+constexpr auto IP_LUT_OPTIONS =
+    bankReadOptions("Reads out the entire IP LUT.", SHOW_DISABLED, "Start offset of the read-out in the IP LUT.",
+                    "Reads out the inactive IP LUT. Default the active will be read out");
+// The help of the TSI MAP command speaks of the IP LUT; users know it so.
+constexpr auto TSI_MAP_OPTIONS =
+    readOptions("Reads out the entire IP LUT.", SHOW_STUFFING, "Start offset of the read-out in the IP LUT.");
+constexpr auto PID_LUT_OPTIONS =
+    bankReadOptions("Reads out the entire PID LUT. Overrides offset and count options.", SHOW_STUFFING,
+                    "Start offset of the read-out in the PID LUT.",
+                    "Reads out the inactive PID LUT. Default the active will be read out.");
+constexpr auto O_PID_MAP_OPTIONS =
+    readOptions("Reads out the entire OPID MAP.", "Dumps all entries, including non-enabled entries.",
+                "Start offset of the read-out in the OPID MAP.");
+constexpr auto PHYS_OUT_MAP_OPTIONS = readOptions("Reads out the entire PHYS TS OUT MAP.", SHOW_DISABLED,
+                                                  "Start offset of the read-out in the PHYS TS OUT MAP.");
+constexpr auto PHYS_IN_MAP_OPTIONS = readOptions("Reads out the entire PHYS TS IN MAP.",
+                                                 "Reads out disabled/stuffing entries, which are by default filtered.",
+                                                 "Start offset of the read-out in the PHYS TS IN MAP.");
+constexpr auto IP_OUT_MAP_OPTIONS =
+    readOptions("Reads out the entire IPOUT MAP.", SHOW_DISABLED, "Start offset of the read-out in the IPOUT MAP.");
+
+using Print = void (*)(Drivers::IMemIf&, uint32_t offset, uint32_t count, bool inactive, bool showAll, std::ostream&);
+
+/// Prints the rows that the options select.
+template <const TableLayout& TABLE, Print PRINT>
+void readTable(const Options& options, const std::shared_ptr<Drivers::IMemIf>& memory, std::ostream& out)
+{
+    uint32_t offset = TABLE.firstRow;
+    uint32_t count = 1;
+    if (options.count("offset") != 0)
+        offset = options["offset"].as<uint32_t>();
+    if (options.count("count") != 0)
+        count = options["count"].as<uint32_t>();
+    if (options.count("all") != 0) {
+        offset = TABLE.firstRow;
+        count = TABLE.rows - TABLE.firstRow;
+    }
+    PRINT(*memory, offset, count, options.count("inactive") != 0, options.count("show_all") != 0, out);
+}
+
+} // namespace
+
+// clang-format off
+const TableCmdDecl READ_IP_LUT      {IPLUT_DEVICE,  IP_LUT_OPTIONS,       &readTable<IP_LUT,       &printIpLut>};
+const TableCmdDecl READ_TSI_MAP     {PIDLUT_DEVICE, TSI_MAP_OPTIONS,      &readTable<TSI_MAP,      &printTsiMap>};
+const TableCmdDecl READ_PID_LUT     {PIDLUT_DEVICE, PID_LUT_OPTIONS,      &readTable<PID_LUT,      &printPidLut>};
+const TableCmdDecl READ_O_PID_MAP   {PIDLUT_DEVICE, O_PID_MAP_OPTIONS,    &readTable<O_PID_MAP,    &printOPidMap>};
+const TableCmdDecl READ_PHYS_OUT_MAP{IPLUT_DEVICE,  PHYS_OUT_MAP_OPTIONS, &readTable<PHYS_OUT_MAP, &printPhysOutMap>};
+const TableCmdDecl READ_PHYS_IN_MAP {IPLUT_DEVICE,  PHYS_IN_MAP_OPTIONS,  &readTable<PHYS_IN_MAP,  &printPhysInMap>};
+const TableCmdDecl READ_IP_OUT_MAP  {IPLUT_DEVICE,  IP_OUT_MAP_OPTIONS,   &readTable<IP_OUT_MAP,   &printIpOutMap>};
+// clang-format on
+
+} // namespace Osl::Utils
