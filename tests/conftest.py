@@ -1,13 +1,9 @@
 import os
-import sys
-from pathlib import Path
 
 import pexpect
 import pytest
 
-sys.path.insert(0, str(Path(__file__).parent))
-
-from harness import board as boards  # noqa: E402  (needs the path above)
+from harness import board as boards
 
 
 def pytest_configure():

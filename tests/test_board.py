@@ -151,6 +151,13 @@ def processes_with(mark):
     return found
 
 
+def assert_soon_gone(mark):
+    deadline = time.monotonic() + TIMEOUT
+    while processes_with(mark) and time.monotonic() < deadline:
+        time.sleep(0.01)
+    assert processes_with(mark) == []
+
+
 @pytest.mark.parametrize("end", [signal.SIGKILL, signal.SIGTERM, signal.SIGHUP])
 def test_nothing_is_left_when_the_launcher_is_killed(end, tmp_path):
     mark = f"9{os.getpid()}.{int(end)}"
@@ -164,10 +171,7 @@ def test_nothing_is_left_when_the_launcher_is_killed(end, tmp_path):
     assert processes_with(mark)
     launcher.send_signal(end)
     launcher.wait(TIMEOUT)
-    deadline = time.monotonic() + TIMEOUT
-    while processes_with(mark) and time.monotonic() < deadline:
-        time.sleep(0.01)
-    assert processes_with(mark) == []
+    assert_soon_gone(mark)
     assert os.listdir(tmp_path) == []
     launcher.stdout.close()
 
@@ -175,7 +179,7 @@ def test_nothing_is_left_when_the_launcher_is_killed(end, tmp_path):
 def test_background_processes_end_with_the_command():
     mark = f"8{os.getpid()}.5"
     assert run("sh", "-c", f"sleep {mark} >/dev/null 2>&1 & exit 3").status == 3
-    assert processes_with(mark) == []
+    assert_soon_gone(mark)
 
 
 def test_ctrl_c_is_for_the_command(terminal):
