@@ -1,0 +1,98 @@
+#include <osl/cpputils/error.h>
+#include <osl/cpputils/stringutils.h>
+#include <osl/linutils/attribute_file.h>
+#include <osl/linutils/raii_filedescriptors.h>
+
+#include <fmt/format.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <optional>
+#include <unistd.h>
+
+namespace Osl::LinuxCppUtil {
+namespace {
+
+// The quotation mark that nothing closes is part of the texts that scripts look for.
+[[noreturn]] void raiseUnreadable(const std::string& path, const std::string& reason)
+{
+    OSL_RAISE(CppUtil::FileSystemError, "Cannot read sysfs entry: \"" + path + ": " + reason);
+}
+
+[[noreturn]] void raiseUnwritable(const std::string& path, const std::string& reason)
+{
+    OSL_RAISE(CppUtil::FileSystemError, "Cannot write sysfs entry: \"" + path + ": " + reason);
+}
+
+/// Reads up to `length` bytes in one call; answers their number.
+std::size_t readOnce(const std::string& path, void* buffer, std::size_t length)
+{
+    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (descriptor == -1)
+        raiseUnreadable(path, std::strerror(errno));
+    const UniqueFD owner = ownFD(descriptor);
+    const ssize_t got = ::read(descriptor, buffer, length);
+    if (got == -1)
+        raiseUnreadable(path, std::strerror(errno));
+    return static_cast<std::size_t>(got);
+}
+
+} // namespace
+
+std::string readAttributeText(const std::string& path)
+{
+    std::array<char, 256> buffer{};
+    const std::size_t length = readOnce(path, buffer.data(), buffer.size());
+    if (length == buffer.size())
+        raiseUnreadable(path, "its text is too long");
+    std::string text = CppUtil::trimLeft({buffer.data(), length});
+    text.erase(text.find_last_not_of(" \t\r\n") + 1);
+    return text;
+}
+
+uint32_t readAttributeSize(const std::string& path)
+{
+    const std::string text = readAttributeText(path);
+    const std::optional<uint32_t> size = text.starts_with("0x") ? std::nullopt : CppUtil::parseUint32(text);
+    if (!size || *size > ATTRIBUTE_TABLE_MAX)
+        raiseUnreadable(path, fmt::format("its text is no number of entries from 0 to {}", ATTRIBUTE_TABLE_MAX));
+    return *size;
+}
+
+std::size_t readAttributeWords(const std::string& path, std::span<uint32_t> table)
+{
+    // One byte more than the table has, so that the one read also tells a file that is longer.
+    std::vector<std::byte> buffer(table.size_bytes() + 1);
+    const std::size_t length = readOnce(path, buffer.data(), buffer.size());
+    if (length > table.size_bytes())
+        raiseUnreadable(path, fmt::format("it is longer than its {} entries", table.size()));
+    if (length != 0)
+        std::memcpy(table.data(), buffer.data(), length);
+    return length;
+}
+
+std::vector<uint32_t> readAttributeTable(const std::string& path, uint32_t count)
+{
+    std::vector<uint32_t> table(count);
+    const std::size_t length = readAttributeWords(path, table);
+    if (length != count * sizeof(uint32_t))
+        raiseUnreadable(path, fmt::format("it ends after {} bytes of its {} entries", length, count));
+    return table;
+}
+
+void writeAttributeTable(const std::string& path, std::span<const uint32_t> table)
+{
+    const int descriptor = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
+    if (descriptor == -1)
+        raiseUnwritable(path, std::strerror(errno));
+    const UniqueFD owner = ownFD(descriptor);
+    const ssize_t written = ::write(descriptor, table.data(), table.size_bytes());
+    if (written == -1)
+        raiseUnwritable(path, std::strerror(errno));
+    if (static_cast<std::size_t>(written) != table.size_bytes())
+        raiseUnwritable(path, fmt::format("only {} of {} bytes were taken", written, table.size_bytes()));
+}
+
+} // namespace Osl::LinuxCppUtil

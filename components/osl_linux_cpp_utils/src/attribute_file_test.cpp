@@ -1,0 +1,95 @@
+#include <osl/cpputils/error.h>
+#include <osl/linutils/attribute_file.h>
+#include <osl/testing/failure_of.h>
+#include <osl/testing/temp_folder.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+using namespace Osl::LinuxCppUtil;
+using Osl::CppUtil::FileSystemError;
+using Osl::Testing::failureOf;
+using testing::ElementsAre;
+using testing::StartsWith;
+
+namespace {
+
+class AttributeFileTest : public testing::Test
+{
+protected:
+    std::string unreadable(const std::string& reason) const
+    {
+        return "IOErrorr: Generic filesystem Error: Cannot read sysfs entry: \"" + m_Path + ": " + reason;
+    }
+    std::string unwritable(const std::string& reason) const
+    {
+        return "IOErrorr: Generic filesystem Error: Cannot write sysfs entry: \"" + m_Path + ": " + reason;
+    }
+
+    Osl::Testing::TempFolder m_Folder;
+    const std::string m_Path = m_Folder.root() + "/attribute";
+};
+
+} // namespace
+
+TEST_F(AttributeFileTest, SizeIsADecimalNumberThatFillsTheText)
+{
+    const auto sizeOf = [&](const std::string& text) {
+        m_Folder.put("/attribute", text);
+        return readAttributeSize(m_Path);
+    };
+    EXPECT_EQ(sizeOf("64\n"), 64U);
+    EXPECT_EQ(sizeOf(" 0 \n"), 0U);
+    EXPECT_EQ(sizeOf("1048576"), ATTRIBUTE_TABLE_MAX);
+    for (const std::string text : {"", "\n", "many", "-1", "+1", "1 2", "12a", "0x10", "6.4", "1048577", "4294967296",
+                                   "99999999999999999999999"})
+        EXPECT_THAT(failureOf<FileSystemError>([&] { sizeOf(text); }),
+                    StartsWith(unreadable("its text is no number of entries from 0 to 1048576(")))
+            << text;
+    EXPECT_THAT(failureOf<FileSystemError>([&] { sizeOf(std::string(256, '1')); }),
+                StartsWith(unreadable("its text is too long(")));
+}
+
+TEST_F(AttributeFileTest, TableIsExactlyAsLongAsAskedFor)
+{
+    m_Folder.put("/attribute", std::vector<uint32_t>{1, 0xFFFFFFFF, 3});
+    EXPECT_THAT(readAttributeTable(m_Path, 3), ElementsAre(1U, 0xFFFFFFFFU, 3U));
+    EXPECT_THAT(failureOf<FileSystemError>([&] { readAttributeTable(m_Path, 4); }),
+                StartsWith(unreadable("it ends after 12 bytes of its 4 entries(")));
+    EXPECT_THAT(failureOf<FileSystemError>([&] { readAttributeTable(m_Path, 2); }),
+                StartsWith(unreadable("it is longer than its 2 entries(")));
+    EXPECT_THAT(failureOf<FileSystemError>([&] { readAttributeTable(m_Path, 0); }),
+                StartsWith(unreadable("it is longer than its 0 entries(")));
+
+    m_Folder.put("/attribute", "123456789");
+    std::vector<uint32_t> words(4);
+    EXPECT_EQ(readAttributeWords(m_Path, words), 9U);
+}
+
+TEST_F(AttributeFileTest, WritesOverTheOldTableWithoutEmptyingTheFileFirst)
+{
+    m_Folder.put("/attribute", std::vector<uint32_t>{1, 2, 3});
+    writeAttributeTable(m_Path, std::vector<uint32_t>{7, 8});
+    EXPECT_THAT(m_Folder.words("/attribute"), ElementsAre(7U, 8U, 3U));
+}
+
+TEST_F(AttributeFileTest, FailuresNameTheFileAndTheReason)
+{
+    const std::vector<uint32_t> table{1};
+    EXPECT_THAT(failureOf<FileSystemError>([&] { readAttributeText(m_Path); }),
+                StartsWith(unreadable("No such file or directory(")));
+    EXPECT_THAT(failureOf<FileSystemError>([&] { writeAttributeTable(m_Path, table); }),
+                StartsWith(unwritable("No such file or directory(")));
+    EXPECT_FALSE(m_Folder.has("/attribute"));
+
+    m_Folder.putFullDevice("/attribute");
+    EXPECT_THAT(failureOf<FileSystemError>([&] { writeAttributeTable(m_Path, table); }),
+                StartsWith(unwritable("No space left on device(")));
+
+    m_Folder.remove("/attribute");
+    m_Folder.put("/attribute/inside", "");
+    EXPECT_THAT(failureOf<FileSystemError>([&] { readAttributeText(m_Path); }),
+                StartsWith(unreadable("Is a directory(")));
+    EXPECT_THAT(failureOf<FileSystemError>([&] { writeAttributeTable(m_Path, table); }),
+                StartsWith(unwritable("Is a directory(")));
+}
