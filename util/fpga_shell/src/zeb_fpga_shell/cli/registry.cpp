@@ -1,6 +1,9 @@
 #include "zeb_fpga_shell/cli/registry.h"
 
+#include "zeb_fpga_shell/cli/cammon_cmds.h"
 #include "zeb_fpga_shell/cli/impexp_tables_cmd.h"
+#include "zeb_fpga_shell/cli/mcnotlut_cmds.h"
+#include "zeb_fpga_shell/cli/scm_cmds.h"
 #include "zeb_fpga_shell/cli/table_clear_cmds.h"
 #include "zeb_fpga_shell/cli/table_read_cmds.h"
 #include "zeb_fpga_shell/cli/table_write_cmds.h"
@@ -142,34 +145,34 @@ constexpr std::array COMMANDS{
                make<ImportTablesCmd>},
     CommandRow{"rmcnotlut", "See rmcnotlut -h",
                "Reads out the contents of the Multicast NOT filter LUT of the ZEB NIC.",
-               make<UnavailableCmd>},
+               make<McNotLutReadCmd>},
     CommandRow{"wrmcnotlut", "See wrmcnotlut -h",
                "Writes a multicast IP address entry or clears an existing entry to/from the Multicast NOT filter LUT of the ZEB NIC.",
-               make<UnavailableCmd>},
+               make<McNotLutWriteCmd>},
     CommandRow{"rscmpidlut", "See rscmpidlut -h",
                "Reads out the contents of the ZEB scrambler PID LUT.",
-               make<UnavailableCmd>},
+               make<ScmReadPidlut>},
     CommandRow{"wrscmpidlut", "See wrscmpidlut -h",
                "Write an entry to the ZEB scrambler PID LUT",
-               make<UnavailableCmd>},
+               make<ScmWritePidlut>},
     CommandRow{"clrscmpidlut", "See clrscmpidlut -h",
                "Clears the content of the entire ZEB scrambler PID LUT",
-               make<UnavailableCmd>},
+               make<ScmClearPidlut>},
     CommandRow{"rscmkeys", "See rscmkeys -h",
                "Reads scrambler common keys and ivs",
-               make<UnavailableCmd>},
+               make<ScmReadKeys>},
     CommandRow{"wrscmkeys", "See rscmkeys -h",
-               "Writes scrambler common keys and ivs",
-               make<UnavailableCmd>},
+               "Writes scrambler common keys and ivs\nFor each value given as \"-\" a line is read from standard input, in the order of the options below.",
+               make<ScmWriteKeys>},
     CommandRow{"clrcammon", "See clrcammon -h",
                "Resets all PID values of the CAM monitor to 0x1FFF of a given CAM slot",
-               make<UnavailableCmd>},
+               make<CamMonClearCmd>},
     CommandRow{"rcammon", "See rcammon -h",
                "Reads out the contents of the CAM monitor configuration\nPID table and associated packet and error counters",
-               make<UnavailableCmd>},
+               make<CamMonReadCmd>},
     CommandRow{"wrcammon", "See wrcammon -h",
                "Writes or clears and PID entry of the CAM monitor of a given CAM slot",
-               make<UnavailableCmd>},
+               make<CamMonWriteCmd>},
 };
 // clang-format on
 

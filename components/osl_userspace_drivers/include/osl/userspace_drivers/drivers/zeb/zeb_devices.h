@@ -18,4 +18,7 @@ inline constexpr MappedDevice IPLUT_DEVICE{"/dev/zebtsif_iplut", 0x4000};
 /// The registers of the packet port.
 inline constexpr MappedDevice PKTIO_DEVICE{"/dev/zebtsif_pktio_dbg", 0x1000};
 
+/// The scrambler, mapped in the size that its bar size attribute gives.
+inline constexpr const char* SCM_DEVICE_PATH = "/dev/scm";
+
 } // namespace Osl::Drivers::Zeb

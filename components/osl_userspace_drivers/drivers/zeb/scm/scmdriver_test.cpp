@@ -1,0 +1,195 @@
+#include <osl/testing/failure_of.h>
+#include <osl/testing/fake_mem.h>
+#include <osl/userspace_drivers/drivers/drivererror.h>
+#include <osl/userspace_drivers/drivers/zeb/scm/scmdriver.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <random>
+#include <set>
+
+using namespace Osl::Drivers::Zeb;
+using Osl::CppUtil::InvalidArgumentError;
+using Osl::CppUtil::OutOfRangeError;
+using Osl::Drivers::DevMemError;
+using Osl::Testing::failureOf;
+using Osl::Testing::FakeMem;
+using testing::Each;
+using testing::StartsWith;
+
+namespace {
+
+constexpr uint32_t BANK_A = 1024;
+constexpr uint32_t BANK_B = 1536;
+constexpr uint32_t ROWS = 512;
+
+class ScmDriverTest : public testing::Test
+{
+protected:
+    ScmDriverTest() { std::fill_n(m_Mem.words.begin() + BANK_A, 2 * ROWS, 0xFFFFFFFF); }
+
+    std::vector<uint32_t> bank(uint32_t base) const
+    {
+        return {m_Mem.words.begin() + base, m_Mem.words.begin() + base + ROWS};
+    }
+    std::vector<uint32_t> activeBank() const { return bank(m_Mem.words[4] != 0 ? BANK_B : BANK_A); }
+
+    /// Bank A of `count` entries of scrambler 7, PIDs 0 on, in use.
+    void fill(uint32_t count)
+    {
+        for (uint32_t pid = 0; pid < count; ++pid)
+            m_Mem.words[BANK_A + pid] = 7U << 13 | pid;
+    }
+
+    FakeMem m_Mem{2048};
+    ScmDriver m_Scm{m_Mem};
+};
+
+} // namespace
+
+TEST_F(ScmDriverTest, FillsTheSpareBankAndSwitchesLast)
+{
+    m_Mem.words[4] = 0x80;
+    m_Mem.words[BANK_B] = 0x3FFFFF & ~0x1FFFU; // an entry of PID 0
+    m_Scm.insert({0x100, 1, 63});
+    std::vector<uint32_t> expected(ROWS, 0xFFFFFFFF);
+    expected[0] = 63U << 16 | 1U << 13 | 0x100;
+    expected[1] = 63U << 16 | 7U << 13;
+    EXPECT_EQ(bank(BANK_A), expected);
+    using Type = FakeMem::MemAccessType;
+    const std::vector<FakeMem::Operation> log{{Type::R32, 4, {0x80}},
+                                              {Type::R32, BANK_B, {expected[1]}},
+                                              {Type::R32, BANK_B + 1, {0xFFFFFFFF}},
+                                              {Type::W32, BANK_A, expected},
+                                              {Type::W32, 4, {0}}};
+    EXPECT_EQ(m_Mem.log, log);
+}
+
+TEST_F(ScmDriverTest, RandomEditsKeepTheListPackedAndSorted)
+{
+    std::mt19937 random(1);
+    std::set<std::tuple<uint32_t, uint32_t, uint32_t>> model;
+    for (int step = 0; step < 2000; ++step) {
+        const uint32_t scmIdx = random() % 8;
+        const uint32_t pid = random() % 2 != 0 ? random() % 8 : 8190 - random() % 8;
+        const uint32_t keyIdx = random() % 64;
+        const auto old = model.lower_bound({scmIdx, pid, 0});
+        if (old != model.end() && std::get<0>(*old) == scmIdx && std::get<1>(*old) == pid)
+            model.erase(old);
+        if (random() % 3 == 0) {
+            m_Scm.remove(scmIdx, pid);
+        } else {
+            m_Scm.insert({pid, scmIdx, keyIdx});
+            model.insert({scmIdx, pid, keyIdx});
+        }
+        std::vector<uint32_t> expected;
+        for (const auto& [scm, p, key] : model)
+            expected.push_back(key * 65536 + scm * 8192 + p);
+        expected.resize(ROWS, 0xFFFFFFFF);
+        ASSERT_EQ(activeBank(), expected) << "step " << step;
+        ASSERT_EQ(m_Mem.words[4], step % 2 == 0 ? 1U : 0U);
+    }
+}
+
+TEST_F(ScmDriverTest, AFailureAtAnyAccessLeavesTheBankInUse)
+{
+    struct Case
+    {
+        const char* name;
+        std::function<void(ScmDriver&)> edit;
+        std::size_t accesses;
+    };
+    // Word 4, the three entries and the row that ends them, the whole spare bank, word 4.
+    const std::vector<Case> cases{
+        {"insert",
+         [](ScmDriver& scm) {
+             scm.insert({5, 0, 1});
+         },
+         1 + 4 + 512 + 1},
+        {"replace",
+         [](ScmDriver& scm) {
+             scm.insert({1, 7, 9});
+         },
+         1 + 4 + 512 + 1},
+        {"remove", [](ScmDriver& scm) { scm.remove(7, 1); }, 1 + 4 + 512 + 1},
+    };
+    for (const Case& edit : cases) {
+        fill(3);
+        for (std::size_t n = 0; n < edit.accesses; ++n) {
+            m_Mem.words[4] = 0;
+            const std::vector<uint32_t> before = activeBank();
+            m_Mem.failAtAccess(n);
+            EXPECT_THROW(edit.edit(m_Scm), DevMemError) << edit.name << " " << n;
+            EXPECT_EQ(m_Mem.words[4], 0U) << edit.name << " " << n;
+            ASSERT_EQ(activeBank(), before) << edit.name << " " << n;
+        }
+        m_Mem.failAtAccess(edit.accesses);
+        edit.edit(m_Scm);
+        m_Mem.neverFail();
+        EXPECT_EQ(m_Mem.words[4], 1U) << edit.name;
+    }
+}
+
+TEST_F(ScmDriverTest, AClearThatFailsLeavesAllOrNoEntriesInUse)
+{
+    for (std::size_t n = 0; n < 1 + 2 * (512 + 1); ++n) {
+        fill(3);
+        m_Mem.words[4] = 0;
+        const std::vector<uint32_t> before = activeBank();
+        m_Mem.failAtAccess(n);
+        EXPECT_THROW(m_Scm.clear(), DevMemError) << n;
+        if (n <= 1 + 512)
+            ASSERT_EQ(activeBank(), before) << n;
+        else
+            ASSERT_THAT(activeBank(), Each(0xFFFFFFFF)) << n;
+    }
+}
+
+TEST_F(ScmDriverTest, ClearEmptiesBothBanksAndKeepsTheSelection)
+{
+    for (const uint32_t selected : {0U, 1U, 0x80000000U}) {
+        std::fill_n(m_Mem.words.begin() + BANK_A, 2 * ROWS, 0x12345);
+        m_Mem.words[4] = selected;
+        m_Scm.clear();
+        EXPECT_THAT(bank(BANK_A), Each(0xFFFFFFFF));
+        EXPECT_THAT(bank(BANK_B), Each(0xFFFFFFFF));
+        EXPECT_EQ(m_Mem.words[4], selected != 0 ? 1U : 0U);
+    }
+}
+
+TEST_F(ScmDriverTest, RefusalsComeBeforeTheFirstWrite)
+{
+    fill(512);
+    const std::vector<uint32_t> before = m_Mem.words;
+    const std::string invalid = "Invalid Argument Error: Invalid parameters.(";
+    // A full LUT as well: the parameters are what the user hears of.
+    for (const ScmPidLutEntry& entry : {ScmPidLutEntry(8191, 0, 0), {8192, 0, 0}, {0, 8, 0}, {0, 0, 64}})
+        EXPECT_THAT(failureOf<InvalidArgumentError>([&] { m_Scm.insert(entry); }), StartsWith(invalid));
+    // Masked, these would be other entries.
+    EXPECT_THAT(failureOf<InvalidArgumentError>([&] { m_Scm.remove(6, 8192); }), StartsWith(invalid));
+    EXPECT_THAT(failureOf<InvalidArgumentError>([&] { m_Scm.remove(8 + 7, 0); }), StartsWith(invalid));
+    for (const uint32_t pid : {0U, 600U})
+        EXPECT_THAT(failureOf<ZebDriverError>([&] {
+                        m_Scm.insert({pid, 7, 1});
+                    }),
+                    StartsWith("Driver (user space) error: ZEB Driver (user space) error: SCM PID LUT is full - "
+                               "cannot write new entry("));
+    EXPECT_EQ(m_Mem.words, before);
+
+    m_Scm.remove(7, 511);
+    m_Scm.insert({8190, 7, 63});
+    EXPECT_EQ(activeBank()[511], 63U << 16 | 7U << 13 | 8190U);
+}
+
+TEST_F(ScmDriverTest, RowsEndWithTheBank)
+{
+    fill(512);
+    EXPECT_EQ(m_Scm.readRows(ScmDriver::Bank::ACTIVE, 500, 12).back().entry.pid, 511U);
+    EXPECT_TRUE(m_Scm.readRows(ScmDriver::Bank::ACTIVE, 512, 0).empty());
+    EXPECT_THAT(failureOf<OutOfRangeError>([&] { m_Scm.readRows(ScmDriver::Bank::ACTIVE, 500, 13); }),
+                StartsWith("Out of Range Error: Offset 500 and entry count 13 exceeds scrambler PID LUT size 512.("));
+    EXPECT_THAT(failureOf<OutOfRangeError>([&] { m_Scm.readRows(ScmDriver::Bank::ACTIVE, 1, 0xFFFFFFFF); }),
+                StartsWith("Out of Range Error: Offset 1 and entry count 4294967295 exceeds"));
+}

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "zeb_fpga_shell/cli/cli_cmd.h"
+
+#include <osl/userspace_drivers/drivers/zeb/attr/cammonitor.h>
+
+#include <string>
+#include <utility>
+
+namespace Osl::Utils {
+
+/// Base of the commands that work on the monitor of the CAM slot that the user names.
+class CamMonCmd : public CliCmd
+{
+public:
+    /// `root` precedes the path of every attribute file.
+    CamMonCmd(std::string name, std::string usage, std::string description, std::string root = {})
+        : CliCmd(std::move(name), std::move(usage), std::move(description)),
+          m_Root(std::move(root))
+    {
+    }
+
+protected:
+    /// Raises InvalidArgumentError for a slot that the board does not have.
+    Drivers::Zeb::CamMonitor monitorOf(const Options& options) const;
+
+private:
+    std::string m_Root;
+};
+
+/// Lists the watched PIDs with their counters.
+class CamMonReadCmd final : public CamMonCmd
+{
+public:
+    using CamMonCmd::CamMonCmd;
+    void addOptions(Options& options) override;
+    int doCommand(Options& options, std::ostream& out, std::istream& in) override;
+};
+
+/// Watches one PID, or stops watching it.
+class CamMonWriteCmd final : public CamMonCmd
+{
+public:
+    using CamMonCmd::CamMonCmd;
+    void addOptions(Options& options) override;
+    int doCommand(Options& options, std::ostream& out, std::istream& in) override;
+};
+
+/// Stops watching all PIDs.
+class CamMonClearCmd final : public CamMonCmd
+{
+public:
+    using CamMonCmd::CamMonCmd;
+    void addOptions(Options& options) override;
+    int doCommand(Options& options, std::ostream& out, std::istream& in) override;
+};
+
+} // namespace Osl::Utils
