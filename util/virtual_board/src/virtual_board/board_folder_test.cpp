@@ -22,7 +22,7 @@ namespace {
 
 class BoardFolderTest : public testing::Test
 {
-protected:
+public:
     BoardFolderTest()
     {
         char name[] = "/tmp/virtual_board_test.XXXXXX";
@@ -30,6 +30,7 @@ protected:
     }
     ~BoardFolderTest() override { fs::remove_all(m_Root.parent_path().parent_path()); }
 
+protected:
     fs::path file(const MappedDevice& device) const { return m_Root / fs::path(device.path).relative_path(); }
 
     static std::vector<uint32_t> words(const fs::path& file)

@@ -11,10 +11,11 @@ namespace {
 
 class VirtualBoardProgramTest : public testing::Test
 {
-protected:
+public:
     VirtualBoardProgramTest() : m_Folder(::mkdtemp(m_Name)) {}
     ~VirtualBoardProgramTest() override { std::filesystem::remove_all(m_Folder); }
 
+protected:
     static int run(std::vector<const char*> arguments)
     {
         arguments.insert(arguments.begin(), "zeb_virtual_board");
