@@ -49,20 +49,22 @@ protected:
     template <const BitField& FIELD>
     FieldType<FIELD.width> value() const
     {
-        return static_cast<FieldType<FIELD.width>>(m_Values[indexOf(FIELD)]);
+        constexpr std::size_t INDEX = indexOf(FIELD);
+        return static_cast<FieldType<FIELD.width>>(m_Values[INDEX]);
     }
 
     /// The caller has checked the range; a value that its field cannot hold is never cut down silently.
     template <const BitField& FIELD>
     void setValue(uint32_t value)
     {
+        constexpr std::size_t INDEX = indexOf(FIELD);
         OSL_ASSERT(value <= FIELD.max());
-        m_Values[indexOf(FIELD)] = value;
+        m_Values[INDEX] = value;
         setDirty();
     }
 
 private:
-    static consteval std::size_t indexOf(const BitField& field)
+    static constexpr std::size_t indexOf(const BitField& field)
     {
         std::size_t index = 0;
         while (LAYOUT.at(index).name != field.name) // leaving the array does not compile
