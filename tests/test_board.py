@@ -11,7 +11,7 @@ from pathlib import Path
 import pexpect
 import pytest
 
-from harness.board import BUILD, IPLUT, LAUNCHER, MODEL, PIDLUT, PKTIO, REPO, SIZES, TIMEOUT, TOOL
+from harness.board import BUILD, IPLUT, LAUNCHER, MODEL, PIDLUT, PKTIO, REPO, SCM, SIZES, TIMEOUT, TOOL
 from harness.board import environment, run_bare
 
 
@@ -33,6 +33,15 @@ def test_reset_state(board):
     assert io[2048:2560] == 256 * [0x00000000, 0x00FFFFFF]  # IP LUT
     assert set(io[:128] + io[192:256] + io[512:1024] + io[2560:]) == {0}
     assert set(board.words(PKTIO)) == {0}
+    assert board.words(SCM) == 1024 * [0] + 1024 * [0xFFFFFFFF] + 2048 * [0]  # PID LUT, both banks
+    assert board.path("sys/class/zebscm/scm/barsize").read_text() == "16384\n"
+    assert board.path("sys/class/net/sfp/mcnotlut_size").read_text() == "64\n"
+    assert board.words("sys/class/net/sfp/mcnotlut") == 64 * [0]
+    for slot in range(8):
+        folder = f"sys/class/zebdvbci/ci_slot0:{slot}"
+        assert board.path(f"{folder}/mon_size").read_text() == "32\n"
+        assert board.words(f"{folder}/mon_pidtab") == 32 * [0x1FFF]
+        assert board.words(f"{folder}/mon_pktcntrs") == board.words(f"{folder}/mon_errcntrs") == 32 * [0]
 
 
 @pytest.mark.parametrize(
@@ -56,8 +65,8 @@ def test_passes_everything_through():
 
 
 def test_command_finds_the_tool_and_a_fresh_board():
-    words = run("sh", "-c", "zeb_fpga_shell write32 -d tsio -v 5; zeb_fpga_shell read32 -d tsio; ls /sys/class")
-    assert words == (0, "0x00000000:  0x00000005 \n", "")
+    words = run("sh", "-c", "zeb_fpga_shell write32 -d tsio -v 5; zeb_fpga_shell read32 -d tsio; ls /sys/class/net")
+    assert words == (0, "0x00000000:  0x00000005 \nsfp\n", "")
     assert run("zeb_fpga_shell", "read32", "-d", "tsio").out == "0x00000000:  0x00000000 \n"
     assert not os.path.exists("/dev/zebtsif_iplut")
 

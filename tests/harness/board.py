@@ -19,7 +19,8 @@ TIMEOUT = 30  # seconds; far more than any command takes, sanitizers included
 PIDLUT = "zebtsif_pidlut"
 IPLUT = "zebtsif_iplut"
 PKTIO = "zebtsif_pktio_dbg"
-SIZES = {PIDLUT: 0x20000, IPLUT: 0x4000, PKTIO: 0x1000}  # bytes
+SCM = "scm"
+SIZES = {PIDLUT: 0x20000, IPLUT: 0x4000, PKTIO: 0x1000, SCM: 0x4000}  # bytes
 
 
 class Result(NamedTuple):
@@ -66,19 +67,23 @@ class Board:
             env=environment(),
         )
         self.execute(["true"])  # the board is there once this was answered
-        self._reset = {name: self.path(name).read_bytes() for name in SIZES}
+        self._reset = self.memory()
 
     def close(self):
         self._sandbox.stdin.close()
         assert self._sandbox.wait(TIMEOUT) == 0
 
-    def path(self, device):
-        """Where the test finds the memory of `device`."""
-        return self.folder / "dev" / device
+    def path(self, name):
+        """Where the test finds the memory of a device, or an attribute file by its path below "/"."""
+        return self.folder / (name if "/" in name else f"dev/{name}")
 
     def reset(self):
-        """As after a reset of the FPGA. The files stay the same ones: the sandbox holds them."""
+        """As after a reset of the FPGA. The devices' files stay the same ones: the sandbox holds them."""
         for name, content in self._reset.items():
+            if name not in SIZES:
+                self.path(name).unlink(missing_ok=True)
+                self.path(name).write_bytes(content)
+                continue
             self.path(name).chmod(0o644)
             with self.path(name).open("r+b") as device:
                 device.truncate(len(content))
@@ -111,5 +116,7 @@ class Board:
             memory.write(struct.pack(f"={len(words)}I", *words))
 
     def memory(self):
-        """All device memory, to see that a command changed nothing."""
-        return {name: self.path(name).read_bytes() for name in SIZES}
+        """All device memory and attribute files, to see that a command changed nothing."""
+        files = (file for file in (self.folder / "sys").rglob("*") if file.is_file())
+        names = [*SIZES, *(str(file.relative_to(self.folder)) for file in files)]
+        return {name: self.path(name).read_bytes() for name in names}

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fstream>
+#include <span>
 #include <system_error>
 #include <unistd.h>
 
@@ -23,11 +24,23 @@ void makeFolder(const fs::path& folder)
         OSL_RAISE(BoardError, fmt::format("Cannot make folder {}: {}", folder.string(), error.message()));
 }
 
-void checkKept(const fs::path& file, const MemoryDevice& memory)
+/// Whether anything stands at the file's place, a link that leads nowhere included.
+bool isThere(const fs::path& file)
+{
+    std::error_code error;
+    return fs::exists(fs::symlink_status(file, error));
+}
+
+void checkRegular(const fs::path& file, const char* purpose)
 {
     if (!fs::is_regular_file(file))
         OSL_RAISE(BoardError,
-                  fmt::format("{} is not a regular file; it cannot be the memory of a virtual board", file.string()));
+                  fmt::format("{} is not a regular file; it cannot be {} of a virtual board", file.string(), purpose));
+}
+
+void checkKept(const fs::path& file, const MemoryDevice& memory)
+{
+    checkRegular(file, "the memory");
     if (fs::file_size(file) != memory.device.mapSize)
         OSL_RAISE(BoardError, fmt::format("{} has {} bytes, the device has {}; move it away to get a fresh one",
                                           file.string(), fs::file_size(file), memory.device.mapSize));
@@ -35,13 +48,11 @@ void checkKept(const fs::path& file, const MemoryDevice& memory)
 
 /// Written under another name and linked to its own: a board that is started at the same time, or an interruption,
 /// leaves either no file or a whole one.
-void makeFresh(const fs::path& file, const MemoryDevice& memory)
+void makeFresh(const fs::path& file, std::span<const char> content)
 {
     const fs::path draft = file.parent_path() / fmt::format(".{}.{}", file.filename().string(), ::getpid());
-    const std::vector<uint32_t> words = resetState(memory);
     std::ofstream stream(draft, std::ios::binary | std::ios::trunc);
-    stream.write(reinterpret_cast<const char*>(words.data()),
-                 static_cast<std::streamsize>(words.size() * sizeof words[0]));
+    stream.write(content.data(), std::ssize(content));
     stream.close();
     const int writeError = stream ? 0 : errno;
     const bool linked = stream && (::link(draft.c_str(), file.c_str()) == 0 || errno == EEXIST);
@@ -60,11 +71,20 @@ void makeBoard(const fs::path& root)
     makeFolder(root / "sys/class");
     for (const MemoryDevice& memory : MEMORY_DEVICES) {
         const fs::path file = root / fs::path(memory.device.path).relative_path();
-        std::error_code error;
-        if (fs::exists(fs::symlink_status(file, error)))
+        if (isThere(file)) {
             checkKept(file, memory);
+            continue;
+        }
+        const std::vector<uint32_t> words = resetState(memory);
+        makeFresh(file, {reinterpret_cast<const char*>(words.data()), words.size() * sizeof words[0]});
+    }
+    for (const AttributeFile& attribute : attributeFiles()) {
+        const fs::path file = root / fs::path(attribute.path).relative_path();
+        makeFolder(file.parent_path());
+        if (isThere(file))
+            checkRegular(file, "an attribute");
         else
-            makeFresh(file, memory);
+            makeFresh(file, attribute.content);
     }
 }
 

@@ -55,7 +55,10 @@ TEST_F(BoardFolderTest, MakesTheDevicesInTheirResetStateAndNothingElse)
         EXPECT_EQ(words(file(device)), VirtualBoard::resetState(memory)) << device.path;
     }
     EXPECT_EQ(std::distance(fs::directory_iterator(m_Root / "dev"), {}), std::ssize(VirtualBoard::MEMORY_DEVICES));
-    EXPECT_TRUE(fs::is_empty(m_Root / "sys/class"));
+    std::size_t attributes = 0;
+    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(m_Root / "sys/class"))
+        attributes += entry.is_regular_file();
+    EXPECT_EQ(attributes, VirtualBoard::attributeFiles().size());
 }
 
 TEST_F(BoardFolderTest, KeepsWhatIsThereAndMakesWhatIsMissing)
@@ -66,8 +69,13 @@ TEST_F(BoardFolderTest, KeepsWhatIsThereAndMakesWhatIsMissing)
     std::fstream(kept, std::ios::binary | std::ios::in | std::ios::out)
         .write(reinterpret_cast<const char*>(&mark), sizeof mark);
     fs::remove(file(Drivers::Zeb::IPLUT_DEVICE));
+    const fs::path attribute = m_Root / "sys/class/zebscm/scm/barsize";
+    std::ofstream(attribute) << "0x2000";
+    fs::remove(m_Root / "sys/class/net/sfp/mcnotlut");
     makeBoard(m_Root);
     EXPECT_EQ(words(kept)[0], mark);
+    EXPECT_EQ(fs::file_size(attribute), 6U);
+    EXPECT_EQ(words(m_Root / "sys/class/net/sfp/mcnotlut"), std::vector<uint32_t>(64));
     EXPECT_EQ(words(file(Drivers::Zeb::IPLUT_DEVICE)), VirtualBoard::resetState(VirtualBoard::MEMORY_DEVICES[1]));
 }
 
@@ -80,6 +88,12 @@ TEST_F(BoardFolderTest, RefusesWhatCannotBeTheDevice)
     fs::remove(file(Drivers::Zeb::IPLUT_DEVICE));
     fs::create_directory(file(Drivers::Zeb::IPLUT_DEVICE));
     EXPECT_THAT(failureOf<BoardError>([&] { makeBoard(m_Root); }), HasSubstr("is not a regular file"));
+    fs::remove(file(Drivers::Zeb::IPLUT_DEVICE));
+    const fs::path attribute = m_Root / "sys/class/zebscm/scm/barsize";
+    fs::remove(attribute);
+    fs::create_symlink("/dev/null", attribute);
+    EXPECT_THAT(failureOf<BoardError>([&] { makeBoard(m_Root); }),
+                HasSubstr(attribute.string() + " is not a regular file; it cannot be an attribute"));
     EXPECT_THAT(failureOf<BoardError>([] { makeBoard("/dev/null"); }),
                 HasSubstr("Cannot make folder /dev/null/dev: Not a directory"));
 }

@@ -1,5 +1,8 @@
 #include "virtual_board/reset_state.h"
 
+#include <osl/userspace_drivers/drivers/zeb/attr/cammonitor.h>
+#include <osl/userspace_drivers/drivers/zeb/attr/mcnotlut.h>
+#include <osl/userspace_drivers/drivers/zeb/scm/scmlayout.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/filtertabentry.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/ipinentry.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/ipoutentry.h>
@@ -8,6 +11,9 @@
 #include <osl/userspace_drivers/drivers/zeb/ts/pidlutentry.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/pidmapentry.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/tsimapentry.h>
+#include <osl/userspace_drivers/drivers/zeb/zeb_attributes.h>
+
+#include <fmt/format.h>
 
 #include <algorithm>
 
@@ -36,6 +42,17 @@ std::vector<TableReset> tableResets()
     };
 }
 
+constexpr uint32_t CAM_MONITOR_SIZE = 32;
+constexpr uint32_t MCNOTLUT_SIZE = 64;
+
+std::string bytesOf(uint32_t count, uint32_t word)
+{
+    const std::vector<uint32_t> words(count, word);
+    return {reinterpret_cast<const char*>(words.data()), words.size() * sizeof words[0]};
+}
+
+std::string lineOf(uint32_t number) { return fmt::format("{}\n", number); }
+
 } // namespace
 
 std::vector<uint32_t> resetState(const MemoryDevice& memory)
@@ -48,7 +65,28 @@ std::vector<uint32_t> resetState(const MemoryDevice& memory)
             for (uint32_t row = 0; row < table.layout.rows; ++row)
                 std::copy(table.row.begin(), table.row.end(), words.begin() + base + row * table.layout.wordsPerRow);
     }
+    if (&memory.device == &SCM_DEVICE) {
+        for (const uint32_t base : Zeb::ScmPidLutLayout::BANKS)
+            std::fill_n(words.begin() + base, Zeb::ScmPidLutLayout::ROWS, Zeb::ScmPidLutLayout::EMPTY_ROW);
+    }
     return words;
+}
+
+std::vector<AttributeFile> attributeFiles()
+{
+    std::vector<AttributeFile> files{
+        {Zeb::MCNOTLUT_SIZE_ATTRIBUTE, lineOf(MCNOTLUT_SIZE)},
+        {Zeb::MCNOTLUT_ATTRIBUTE, bytesOf(MCNOTLUT_SIZE, Zeb::McNotLut::VACANT)},
+        {Zeb::SCM_BARSIZE_ATTRIBUTE, lineOf(SCM_DEVICE.mapSize)},
+    };
+    for (uint32_t slot = 0; slot < Zeb::CamMonitor::SLOTS; ++slot) {
+        const std::string folder = fmt::format("{}{}/", Zeb::CAM_SLOT_FOLDER, slot);
+        files.push_back({folder + Zeb::CAM_SIZE_ATTRIBUTE, lineOf(CAM_MONITOR_SIZE)});
+        files.push_back({folder + Zeb::CAM_PID_ATTRIBUTE, bytesOf(CAM_MONITOR_SIZE, Zeb::CamMonitor::DISABLED_PID)});
+        files.push_back({folder + Zeb::CAM_PACKETS_ATTRIBUTE, bytesOf(CAM_MONITOR_SIZE, 0)});
+        files.push_back({folder + Zeb::CAM_ERRORS_ATTRIBUTE, bytesOf(CAM_MONITOR_SIZE, 0)});
+    }
+    return files;
 }
 
 } // namespace Osl::VirtualBoard

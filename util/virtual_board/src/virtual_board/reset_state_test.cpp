@@ -47,3 +47,8 @@ TEST(ResetStateTest, PacketPortRegistersAreZero)
 {
     EXPECT_EQ(resetState({Drivers::Zeb::PKTIO_DEVICE, std::nullopt}), std::vector<uint32_t>(0x400));
 }
+
+TEST(ResetStateTest, ScramblerUsesItsFirstBankAndBothAreEmpty)
+{
+    EXPECT_EQ(resetState({VirtualBoard::SCM_DEVICE, std::nullopt}), memoryOf(0x1000, {{1024, 1024, {0xFFFFFFFF}}}));
+}

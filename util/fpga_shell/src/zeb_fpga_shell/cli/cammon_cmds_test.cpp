@@ -89,22 +89,6 @@ TEST_F(CamMonCmdsTest, APidTakesTheFirstFreeEntryOnceAndIsClearedWhereItIsFirst)
     EXPECT_THAT(pids(), ElementsAre(0x1F, 0x1FFF, 0x40));
 }
 
-TEST_F(CamMonCmdsTest, ParametersAreCheckedBeforeAnyFile)
-{
-    m_Root.remove(FOLDER + "0/mon_size");
-    EXPECT_THAT(refusal<CamMonWriteCmd>({"-c"}), StartsWith("Invalid Argument Error: No PID value given!("));
-    const std::string range =
-        "Invalid Argument Error: Invalid PID value given, must be within the range [0x20-0x1FFE](";
-    for (const std::string pid : {"0", "0x1F", "0x1FFF", "0xFFFFFFFF"}) {
-        EXPECT_THAT(refusal<CamMonWriteCmd>({"-p", pid}), StartsWith(range));
-        EXPECT_THAT(refusal<CamMonWriteCmd>({"-c", "-p", pid}), StartsWith(range));
-    }
-    const std::string slot = "Invalid Argument Error: There is no CAM slot 8, must be within the range [0-7](";
-    EXPECT_THAT(refusal<CamMonReadCmd>({"-S", "8"}), StartsWith(slot));
-    EXPECT_THAT(refusal<CamMonClearCmd>({"-S", "8"}), StartsWith(slot));
-    EXPECT_THAT(refusal<CamMonWriteCmd>({"-S", "8", "-p", "64"}), StartsWith(slot));
-}
-
 TEST_F(CamMonCmdsTest, AFileThatIsMissingOrOfAnotherLengthChangesNothing)
 {
     for (const std::string size : {"2", "4", "-3"}) {

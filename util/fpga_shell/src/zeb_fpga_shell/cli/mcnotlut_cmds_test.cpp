@@ -1,8 +1,6 @@
 #include "zeb_fpga_shell/cli/mcnotlut_cmds.h"
 
-#include <osl/cpputils/error.h>
 #include <osl/testing/argument_vector.h>
-#include <osl/testing/failure_of.h>
 #include <osl/testing/temp_folder.h>
 
 #include <gmock/gmock.h>
@@ -11,9 +9,7 @@
 #include <sstream>
 
 using namespace Osl::Utils;
-using testing::Each;
 using testing::ElementsAre;
-using testing::HasSubstr;
 
 namespace {
 
@@ -69,30 +65,6 @@ TEST_F(McNotLutCmdsTest, ClearTakesTheHighestOfEqualAddresses)
     EXPECT_EQ(run<McNotLutWriteCmd>({"-c", "-m", "239.0.0.2"}), "Error: Entry not found\n-1");
     EXPECT_EQ(run<McNotLutWriteCmd>({"-c", "-m", "239.0.0.1"}), "0");
     EXPECT_THAT(m_Root.words(TABLE), ElementsAre(0xEF000001, 0, 0, 5));
-}
-
-TEST_F(McNotLutCmdsTest, WhatIsNoAddressIsRefusedBeforeTheTableIsRead)
-{
-    m_Root.remove(TABLE);
-    for (const std::string text : {"", "239.1.2", "239.1.2.256", "host", "0.0.0.0"})
-        EXPECT_EQ(run<McNotLutWriteCmd>({"-m", text}), "Error: Invalid or missing IP argument\n-1") << text;
-    EXPECT_EQ(run<McNotLutWriteCmd>({"-c"}), "Error: Invalid or missing IP argument\n-1");
-}
-
-TEST_F(McNotLutCmdsTest, AFileThatIsMissingOrLongerChangesNothing)
-{
-    const auto refusal = [&] {
-        return Osl::Testing::failureOf<Osl::CppUtil::FileSystemError>([&] {
-            run<McNotLutWriteCmd>({"-m", "239.0.0.1"});
-        });
-    };
-    m_Root.put(TABLE, std::vector<uint32_t>(4));
-    EXPECT_THAT(refusal(), HasSubstr(TABLE + ": it is longer than its 3 entries("));
-    EXPECT_THAT(m_Root.words(TABLE), Each(0));
-    m_Root.remove(TABLE);
-    EXPECT_THAT(refusal(), HasSubstr(TABLE + ": No such file"));
-    m_Root.remove(SIZE);
-    EXPECT_THAT(refusal(), HasSubstr(SIZE + ": No such file"));
 }
 
 TEST_F(McNotLutCmdsDeathTest, AShortTableIsABrokenDriver)
