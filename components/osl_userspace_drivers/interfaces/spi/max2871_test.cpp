@@ -51,7 +51,7 @@ protected:
     std::vector<std::string> m_Log;
     Max2871Chip m_Chip{m_Memory, [this](const std::string& line) { m_Log.push_back(line); }};
     FakeSpidev m_Calls{m_Chip};
-    SpidevBus m_Bus{"/dev/spidev0.1", {.mode = 0, .speedHz = 1'000'000}, 4096, m_Calls};
+    SpidevBus m_Bus{"/dev/spidev0.1", {.mode = 0, .speedHz = 1'000'000}, {}, 4096, m_Calls};
 };
 
 } // namespace
@@ -170,7 +170,7 @@ TEST_F(Max2871Test, AnswersWithoutTheTagAreAnError)
 TEST_F(Max2871Test, ControllerWithoutTheModeIsFoundOutBeforeAnythingIsSent)
 {
     FakeSpidev calls(m_Chip, SPI_MODE_3);
-    SpidevBus bus("/dev/spidev0.1", {.mode = 0, .speedHz = 1'000'000}, 4096, calls);
+    SpidevBus bus("/dev/spidev0.1", {.mode = 0, .speedHz = 1'000'000}, {}, 4096, calls);
     Max2871 part(bus, {.way = Way::NO_CS, .mux = MUX}, {});
     EXPECT_THAT(failureOf<SPIError>([&] { part.read32(6); }),
                 HasSubstr("max2871: read of 32 bits at offset 6: setting mode 0x40 failed. Errno: (22 - "));

@@ -26,7 +26,7 @@ struct Position
     std::vector<std::string> log;
     Chip chip{memory, [this](const std::string& line) { log.push_back(line); }};
     FakeSpidev calls{chip};
-    SpidevBus bus{"/dev/spidev0.2", {.mode = 0, .speedHz = 1'000'000}, 4096, calls};
+    SpidevBus bus{"/dev/spidev0.2", {.mode = 0, .speedHz = 1'000'000}, {}, 4096, calls};
 };
 
 using Dac = Position<Max5868Chip, uint8_t, Max5868Chip::BYTES>;
@@ -156,7 +156,7 @@ TEST(RegisterSlaveTest, AbsentChipReadsAsOnes)
 {
     AbsentChip chip;
     FakeSpidev calls(chip);
-    SpidevBus bus("/dev/spidev0.0", {.mode = 0, .speedHz = 1'000'000}, 4096, calls);
+    SpidevBus bus("/dev/spidev0.0", {.mode = 0, .speedHz = 1'000'000}, {}, 4096, calls);
     EXPECT_EQ(RegisterSlave(bus, FPGA_FRAMING).read32(0), 0xFFFFFFFFU);
 }
 

@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -61,17 +62,18 @@ std::size_t spidevBufferLimit(const std::string& path)
     return limit < ALIGNMENT ? DEFAULT_BUFFER_LIMIT : limit - limit % ALIGNMENT;
 }
 
-SpidevBus::SpidevBus(std::string device, const Settings& settings, std::size_t maxBytes, ISpidevCalls& calls)
+SpidevBus::SpidevBus(std::string device, const Settings& settings, const SpiAccess& purpose, std::size_t maxBytes,
+                     ISpidevCalls& calls)
     : m_Device(std::move(device)),
       m_SpeedHz(settings.speedHz),
       m_MaxBytes(maxBytes),
       m_Calls(calls)
 {
     if (m_SpeedHz == 0)
-        OSL_RAISE(SPIError, fmt::format("{}: a clock of 0 Hz moves nothing", m_Device));
+        OSL_RAISE(SPIError, fmt::format("{}: {} refused: a clock of 0 Hz moves nothing", m_Device, toString(purpose)));
     const int descriptor = m_Calls.open(m_Device.c_str(), O_RDWR | O_CLOEXEC);
     if (descriptor < 0)
-        OSL_RAISE(SPIError, fmt::format("{}: open failed. {}", m_Device, errnoText(errno)));
+        OSL_RAISE(SPIError, fmt::format("{}: {}: open failed. {}", m_Device, toString(purpose), errnoText(errno)));
     m_Descriptor = LinuxCppUtil::ownFD(descriptor);
 
     // Asking changes nothing, so a wrong file is found out before it is told anything.
@@ -80,30 +82,30 @@ SpidevBus::SpidevBus(std::string device, const Settings& settings, std::size_t m
         const int error = errno;
         const bool unknownRequest = error == ENOTTY || error == EINVAL;
         OSL_RAISE(SPIError,
-                  fmt::format("{}: {}. {}", m_Device, unknownRequest ? "not a spidev node" : "reading the mode failed",
-                              errnoText(error)));
+                  fmt::format("{}: {}: {}. {}", m_Device, toString(purpose),
+                              unknownRequest ? "not a spidev node" : "reading the mode failed", errnoText(error)));
     }
-    setMode(settings.mode, {});
+    setMode(settings.mode, purpose);
     uint8_t bits = BITS_PER_WORD;
-    set(SPI_IOC_WR_BITS_PER_WORD, &bits, fmt::format("setting a word size of {} bits", bits));
+    set(SPI_IOC_WR_BITS_PER_WORD, &bits, purpose, fmt::format("setting a word size of {} bits", bits));
     uint32_t speed = m_SpeedHz;
-    set(SPI_IOC_WR_MAX_SPEED_HZ, &speed, fmt::format("setting a clock of {} Hz", speed));
+    set(SPI_IOC_WR_MAX_SPEED_HZ, &speed, purpose, fmt::format("setting a clock of {} Hz", speed));
 }
 
 int SpidevBus::request(unsigned long code, void* argument) { return m_Calls.ioctl(*m_Descriptor, code, argument); }
 
-void SpidevBus::set(unsigned long code, void* argument, const std::string& setting)
+void SpidevBus::set(unsigned long code, void* argument, const SpiAccess& access, const std::string& setting)
 {
     if (request(code, argument) < 0)
-        OSL_RAISE(SPIError, fmt::format("{}: {} failed. {}", m_Device, setting, errnoText(errno)));
+        OSL_RAISE(SPIError,
+                  fmt::format("{}: {}: {} failed. {}", m_Device, toString(access), setting, errnoText(errno)));
 }
 
 void SpidevBus::setMode(uint32_t mode, const SpiAccess& access)
 {
     auto bits = static_cast<uint8_t>(mode);
     OSL_ASSERT(bits == mode);
-    const std::string purpose = access.slave.empty() ? "" : toString(access) + ": ";
-    set(SPI_IOC_WR_MODE, &bits, fmt::format("{}setting mode {:#x}", purpose, mode));
+    set(SPI_IOC_WR_MODE, &bits, access, fmt::format("setting mode {:#x}", mode));
 }
 
 void SpidevBus::transfer(std::span<const SpiSegment> segments, const SpiAccess& access)

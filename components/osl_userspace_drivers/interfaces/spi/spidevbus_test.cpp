@@ -40,7 +40,7 @@ protected:
 
     void transfer(std::size_t bytes)
     {
-        SpidevBus bus("/dev/spidev9.1", SETTINGS, 4096, m_Calls);
+        SpidevBus bus("/dev/spidev9.1", SETTINGS, ACCESS, 4096, m_Calls);
         const std::vector<uint8_t> out(bytes, 0x5A);
         const SpiSegment frame{out, {}};
         bus.transfer({&frame, 1}, ACCESS);
@@ -48,7 +48,7 @@ protected:
 
     std::string openFailure(const SpidevBus::Settings& settings = SETTINGS)
     {
-        return failureOf<SPIError>([&] { SpidevBus("/dev/spidev9.1", settings, 4096, m_Calls); });
+        return failureOf<SPIError>([&] { SpidevBus("/dev/spidev9.1", settings, ACCESS, 4096, m_Calls); });
     }
 
     EchoChip m_Chip;
@@ -59,7 +59,7 @@ protected:
 
 TEST_F(SpidevBusTest, SetsTheNodeUpWhateverItsLastUserLeft)
 {
-    const SpidevBus bus("/dev/spidev9.1", {.mode = SPI_MODE_3, .speedHz = 123'456}, 4096, m_Calls);
+    const SpidevBus bus("/dev/spidev9.1", {.mode = SPI_MODE_3, .speedHz = 123'456}, ACCESS, 4096, m_Calls);
     EXPECT_EQ(m_Calls.node.mode(), 3U);
     EXPECT_EQ(m_Calls.node.bitsPerWord(), 8U);
     EXPECT_EQ(m_Calls.node.speedHz(), 123'456U);
@@ -67,7 +67,7 @@ TEST_F(SpidevBusTest, SetsTheNodeUpWhateverItsLastUserLeft)
 
 TEST_F(SpidevBusTest, OneMessageIsOneChipSelectPulse)
 {
-    SpidevBus bus("/dev/spidev9.1", SETTINGS, 4096, m_Calls);
+    SpidevBus bus("/dev/spidev9.1", SETTINGS, ACCESS, 4096, m_Calls);
     const std::vector<uint8_t> head{1, 2};
     std::vector<uint8_t> both{3, 4};
     std::vector<uint8_t> tail(2, 0xEE);
@@ -82,8 +82,10 @@ TEST_F(SpidevBusTest, FailuresOfOpenNameDeviceAndReason)
 {
     for (const int error : {ENOENT, EACCES, ENXIO}) {
         m_Calls.openError = error;
-        EXPECT_THAT(openFailure(), StartsWith(fmt::format("SPI Error: /dev/spidev9.1: open failed. Errno: ({} - {})(",
-                                                          error, std::strerror(error))));
+        EXPECT_THAT(openFailure(),
+                    StartsWith(fmt::format(
+                        "SPI Error: /dev/spidev9.1: dac: write of 8 bits at offset 7: open failed. Errno: ({} - {})(",
+                        error, std::strerror(error))));
     }
 }
 
@@ -91,22 +93,24 @@ TEST_F(SpidevBusTest, FilesThatAreNoSpidevNodeAreToldApart)
 {
     for (const int error : {ENOTTY, EINVAL}) {
         m_Calls.failures = {{SPI_IOC_RD_MODE, error}};
-        EXPECT_THAT(openFailure(), StartsWith("SPI Error: /dev/spidev9.1: not a spidev node. Errno: ("));
+        EXPECT_THAT(
+            openFailure(),
+            StartsWith("SPI Error: /dev/spidev9.1: dac: write of 8 bits at offset 7: not a spidev node. Errno: ("));
     }
     m_Calls.failures = {{SPI_IOC_RD_MODE, ESHUTDOWN}};
     EXPECT_THAT(openFailure(), HasSubstr("reading the mode failed. Errno: (108 - "));
-    EXPECT_THAT(failureOf<SPIError>([] { SpidevBus("/dev/null", SETTINGS); }),
-                HasSubstr("/dev/null: not a spidev node. Errno: (25 - "));
-    EXPECT_THAT(failureOf<SPIError>([] { SpidevBus("/tmp", SETTINGS); }),
-                HasSubstr("/tmp: open failed. Errno: (21 - "));
+    EXPECT_THAT(failureOf<SPIError>([] { SpidevBus("/dev/null", SETTINGS, ACCESS); }),
+                HasSubstr("offset 7: not a spidev node. Errno: (25 - "));
+    EXPECT_THAT(failureOf<SPIError>([] { SpidevBus("/tmp", SETTINGS, ACCESS); }),
+                HasSubstr("offset 7: open failed. Errno: (21 - "));
 }
 
 TEST_F(SpidevBusTest, SettingsThatTheControllerRefusesFailTheOpen)
 {
-    EXPECT_THAT(openFailure({.mode = 0, .speedHz = 0}), HasSubstr("/dev/spidev9.1: a clock of 0 Hz moves nothing"));
+    EXPECT_THAT(openFailure({.mode = 0, .speedHz = 0}), HasSubstr("offset 7 refused: a clock of 0 Hz moves nothing"));
     m_Calls.failures = {{SPI_IOC_WR_MODE, EINVAL}};
     EXPECT_THAT(openFailure({.mode = SPI_LSB_FIRST, .speedHz = 1}),
-                HasSubstr(": setting mode 0x8 failed. Errno: (22 - "));
+                HasSubstr("offset 7: setting mode 0x8 failed. Errno: (22 - "));
     m_Calls.failures = {{SPI_IOC_WR_BITS_PER_WORD, EINVAL}};
     EXPECT_THAT(openFailure(), HasSubstr(": setting a word size of 8 bits failed. Errno: (22 - "));
     m_Calls.failures = {{SPI_IOC_WR_MAX_SPEED_HZ, EINVAL}};

@@ -4,6 +4,7 @@
 #include "zeb_fpga_shell/cli/impexp_tables_cmd.h"
 #include "zeb_fpga_shell/cli/mcnotlut_cmds.h"
 #include "zeb_fpga_shell/cli/scm_cmds.h"
+#include "zeb_fpga_shell/cli/spi_cmds.h"
 #include "zeb_fpga_shell/cli/table_clear_cmds.h"
 #include "zeb_fpga_shell/cli/table_read_cmds.h"
 #include "zeb_fpga_shell/cli/table_write_cmds.h"
@@ -52,10 +53,10 @@ constexpr std::array COMMANDS{
                make<ZEBFpgaCli_read8>},
     CommandRow{"spiread", "TBA",
                "TBA",
-               make<UnavailableCmd>},
+               make<SpiReadCmd>},
     CommandRow{"spiwrite", "TBA",
                "TBA",
-               make<UnavailableCmd>},
+               make<SpiWriteCmd>},
     CommandRow{"riplut", "See riplut -h",
                "Reads out the contents of the ZEB IP LUT.",
                make<ReadIPLUTCmd>},

@@ -37,9 +37,10 @@ public:
     };
 
     /// Opens `device` and sets mode, word size and speed, since all of them are shared with whoever used the node
-    /// before. Raises SPIError, also when the file is no spidev node. `calls` must outlive the bus.
-    SpidevBus(std::string device, const Settings& settings, std::size_t maxBytes = spidevBufferLimit(),
-              ISpidevCalls& calls = systemSpidevCalls());
+    /// before. `purpose` is what the bus is opened for. Raises SPIError, also when the file is no spidev node. `calls`
+    /// must outlive the bus.
+    SpidevBus(std::string device, const Settings& settings, const SpiAccess& purpose,
+              std::size_t maxBytes = spidevBufferLimit(), ISpidevCalls& calls = systemSpidevCalls());
 
     const std::string& device() const override { return m_Device; }
     std::size_t maxBytes() const override { return m_MaxBytes; }
@@ -48,7 +49,7 @@ public:
 
 private:
     int request(unsigned long code, void* argument);
-    void set(unsigned long code, void* argument, const std::string& setting);
+    void set(unsigned long code, void* argument, const SpiAccess& access, const std::string& setting);
 
     std::string m_Device;
     uint32_t m_SpeedHz;
