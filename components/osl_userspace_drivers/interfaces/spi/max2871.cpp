@@ -80,7 +80,7 @@ void Max2871::checkRead(uint32_t offset, uint32_t count, unsigned width) const
         refuse(access, "there is no register behind 6");
     if (m_ReadBack.way == ReadBack::Way::NONE)
         refuse(access, "reading register 6 can disturb a running part, and which way is safe depends on the board; "
-                       "choose \"no_cs\" or \"cs_low\"");
+                       "choose \"no_cs\" or \"cs_low\" for \"r6_readback\"");
 }
 
 std::vector<uint32_t> Max2871::readWords(uint32_t offset, uint32_t count, unsigned width)
