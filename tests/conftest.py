@@ -7,7 +7,7 @@ from harness import board as boards
 
 
 def pytest_configure():
-    for program in (boards.TOOL, boards.MODEL):
+    for program in (boards.TOOL, boards.MODEL, boards.SPI):
         if not os.access(program, os.X_OK):
             pytest.exit(f"{program} is not built; run scripts/test", returncode=2)
 

@@ -11,7 +11,7 @@ from pathlib import Path
 import pexpect
 import pytest
 
-from harness.board import BUILD, IPLUT, LAUNCHER, MODEL, PIDLUT, PKTIO, REPO, SCM, SIZES, TIMEOUT, TOOL
+from harness.board import BUILD, IPLUT, LAUNCHER, MODEL, PIDLUT, PKTIO, REPO, SCM, SIZES, SPI, TIMEOUT, TOOL
 from harness.board import environment, run_bare
 
 
@@ -246,7 +246,7 @@ def test_unprivileged_user():
     folder = Path(tempfile.mkdtemp())
     try:
         folder.chmod(0o755)
-        for source in [LAUNCHER, TOOL, MODEL]:
+        for source in [LAUNCHER, TOOL, MODEL, SPI]:
             copy = folder / (source.relative_to(REPO) if source == LAUNCHER else "build/dev" / source.relative_to(BUILD))
             copy.parent.mkdir(parents=True, exist_ok=True)
             shutil.copy(source, copy)
@@ -254,6 +254,8 @@ def test_unprivileged_user():
         board = [*nobody, f"{folder}/scripts/board", "run"]
         result = run_bare(*board, "sh", "-c", "id -u; zeb_fpga_shell write32 -d tsio -v 3 -r", cwd="/")
         assert result == (0, "65534\n0x00000000:  0x00000003 \n", "")
+        spi = ["spiwrite", "-s", "fpga", "-d", "/dev/spidev0.0", "-v", "4", "-r", "--force"]
+        assert run_bare(*board, "zeb_fpga_shell", *spi, cwd="/") == (0, "0x00000000:  0x00000004 \n", "")
         refused = run_bare(*board, "--dir", f"{folder}/forbidden", "true", cwd="/")
         assert refused.status == 125 and "Permission denied" in refused.err
     finally:

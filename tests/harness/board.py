@@ -14,6 +14,7 @@ LAUNCHER = REPO / "scripts" / "board"
 BUILD = Path(os.environ.get("ZEB_BUILD_DIR", REPO / "build" / "dev")).resolve()
 TOOL = BUILD / "util" / "fpga_shell" / "zeb_fpga_shell"
 MODEL = BUILD / "util" / "virtual_board" / "zeb_virtual_board"
+SPI = BUILD / "util" / "virtual_board" / "spi" / "zeb_virtual_board_spi"
 TIMEOUT = 30  # seconds; far more than any command takes, sanitizers included
 
 PIDLUT = "zebtsif_pidlut"

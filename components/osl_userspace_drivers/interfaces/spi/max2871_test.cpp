@@ -32,7 +32,7 @@ protected:
 
     std::string refusal(const std::function<void(Max2871&)>& step, const Max2871::ReadBack& readBack = {})
     {
-        const std::string text = failureOf<SPIError>([&] {
+        std::string text = failureOf<SPIError>([&] {
             Max2871 part = slave(readBack);
             step(part);
         });

@@ -136,7 +136,7 @@ TEST(RegisterSlaveTest, RefusalsSendNothing)
     FpgaPort port;
     Dac dac;
     const auto refusal = [&](const auto& step) {
-        const std::string text = failureOf<SPIError>(step);
+        std::string text = failureOf<SPIError>(step);
         EXPECT_EQ(port.calls.messages + dac.calls.messages, 0U) << text;
         return text;
     };

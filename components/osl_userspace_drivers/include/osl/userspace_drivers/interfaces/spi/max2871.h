@@ -13,7 +13,7 @@ namespace Osl::Spi {
 /// The MAX2871 synthesiser: seven words of 32 bits, each with its register number in bits 2:0, sent the most
 /// significant bit first. The chip select is the part's latch: every word is a pulse of its own, at whose end it takes
 /// effect. Registers 0 to 5 can only be written, register 6 only be read, through the part's MUX output.
-class Max2871 : public SPISlaveIF
+class Max2871 final : public SPISlaveIF
 {
 public:
     static constexpr std::string_view NAME = "max2871";

@@ -6,7 +6,7 @@ namespace Osl::Spi {
 
 /// A slave position without any framing, for bringing a board up: bytes out, bytes in, at offset 0. A block is one
 /// pulse of the chip select, so it cannot be longer than one message.
-class RawPort : public SPISlaveIF
+class RawPort final : public SPISlaveIF
 {
 public:
     static constexpr std::string_view NAME = "raw";

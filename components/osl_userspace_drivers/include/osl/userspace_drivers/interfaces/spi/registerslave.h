@@ -56,7 +56,7 @@ inline constexpr Framing MAX5868_FRAMING{.slave = "max5868",
                                          .verified = false};
 
 /// A slave whose registers are accessed by frames.
-class RegisterSlave : public SPISlaveIF
+class RegisterSlave final : public SPISlaveIF
 {
 public:
     /// Whether a framing that nobody has verified may write: the wrong one can change any register, or the wrong chip.

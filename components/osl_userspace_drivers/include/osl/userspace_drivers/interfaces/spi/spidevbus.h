@@ -27,7 +27,7 @@ inline constexpr const char* SPIDEV_BUFSIZ_PATH = "/sys/module/spidev/parameters
 std::size_t spidevBufferLimit(const std::string& path = SPIDEV_BUFSIZ_PATH);
 
 /// A slave position behind a node of the Linux spidev driver ("/dev/spidevB.C").
-class SpidevBus : public ISpiBus
+class SpidevBus final : public ISpiBus
 {
 public:
     struct Settings
