@@ -33,9 +33,6 @@ constexpr uint32_t NATIVE_ARCHITECTURE = AUDIT_ARCH_ARM;
 #error "the architecture's name in system call filters is missing here"
 #endif
 
-// Not in the headers of older kernels; what they do not know they refuse.
-constexpr unsigned int WAIT_KILLABLE = 1U << 5;
-
 constexpr sock_filter load(std::size_t offset)
 {
     return BPF_STMT(BPF_LD | BPF_W | BPF_ABS, static_cast<uint32_t>(offset));
@@ -88,8 +85,9 @@ IoctlListener::IoctlListener(uint8_t type)
 {
     // Without it only root may filter.
     ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
-    // A signal must not interrupt a request that is being served: it would be made, and take effect, once more.
-    int descriptor = install(type, WAIT_KILLABLE);
+    // A signal must not interrupt a request that is being served: it would be made, and take effect, once more. Older
+    // kernels do not know the flag.
+    int descriptor = install(type, SECCOMP_FILTER_FLAG_WAIT_KILLABLE_RECV);
     if (descriptor < 0 && errno == EINVAL)
         descriptor = install(type, 0);
     if (descriptor < 0)

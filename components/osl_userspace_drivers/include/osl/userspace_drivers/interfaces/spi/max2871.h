@@ -88,12 +88,11 @@ public:
     /// naming those that it has, and for values that the field cannot hold.
     static uint32_t withField(uint32_t registerNumber, uint32_t word, std::string_view field, uint32_t value);
 
-protected:
+private:
     std::vector<uint32_t> readWords(uint32_t offset, uint32_t count, unsigned width) override;
     /// In descending order, register 0 last: writing that one is what makes double-buffered fields take effect.
     void writeWords(uint32_t offset, const std::vector<uint32_t>& values, unsigned width) override;
 
-private:
     void checkWrite(uint32_t offset, const std::vector<uint32_t>& values, unsigned width) const;
     void checkTag(const SpiAccess& access, uint32_t registerNumber, uint32_t word) const;
     void send(uint32_t registerNumber, uint32_t word, const SpiAccess& access);

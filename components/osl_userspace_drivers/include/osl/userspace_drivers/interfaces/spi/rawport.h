@@ -23,11 +23,10 @@ public:
     /// Sends `bytes` and answers those that came back meanwhile.
     std::vector<uint8_t> exchange(uint32_t offset, const std::vector<uint8_t>& bytes);
 
-protected:
+private:
     std::vector<uint32_t> readWords(uint32_t offset, uint32_t count, unsigned width) override;
     void writeWords(uint32_t offset, const std::vector<uint32_t>& values, unsigned width) override;
 
-private:
     void check(const SpiAccess& access, std::size_t bytes) const;
 
     Permission m_Permission;

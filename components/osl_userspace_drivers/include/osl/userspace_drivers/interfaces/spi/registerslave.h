@@ -68,11 +68,10 @@ public:
     unsigned registerBits() const override { return m_Framing.dataBits; }
     void checkRead(uint32_t offset, uint32_t count, unsigned width) const override;
 
-protected:
+private:
     std::vector<uint32_t> readWords(uint32_t offset, uint32_t count, unsigned width) override;
     void writeWords(uint32_t offset, const std::vector<uint32_t>& values, unsigned width) override;
 
-private:
     /// Registers behind a checked access.
     struct Range
     {

@@ -10,7 +10,7 @@ namespace Osl::Spi {
 
 /// The registers of an SPI slave as device memory. Every operation raises SPIError, naming device, slave, operation,
 /// width and offset. What is refused has not touched the bus; a transfer that fails in the middle of a block leaves
-/// the registers before the named offset done.
+/// what was sent before it done, the named offset being where it failed.
 class SPISlaveIF : public Drivers::IMemIf
 {
 public:
