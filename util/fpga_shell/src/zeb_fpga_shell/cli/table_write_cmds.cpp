@@ -96,17 +96,6 @@ uint32_t numberOf(const Options& options, const char* name) { return options[nam
 bool isGiven(const Options& options, const char* name) { return options.count(name) != 0; }
 bool isClear(const Options& options) { return isGiven(options, "clear"); }
 
-/// The active PID LUT; rows that route nowhere are dropped, and of two rows with one key the second.
-PidLutImage readPidLutImage(Drivers::IMemIf& memory)
-{
-    PidLutImage image;
-    for (PidLutEntry& entry : getPidLut(memory, 0, PID_LUT.rows, false, false)) {
-        const PidLutImage::key_type key(entry.getTSIIDX(), entry.getPID());
-        image.try_emplace(image.end(), key, std::move(entry));
-    }
-    return image;
-}
-
 void writePidLut(const Options& options, const Memory& memory, std::ostream&)
 {
     // Without -p this PID stands: on clearing it means all PIDs of the TSI.
@@ -119,7 +108,7 @@ void writePidLut(const Options& options, const Memory& memory, std::ostream&)
     entry.setTSIIDX(tsiIdx);
     entry.setPID(pid);
 
-    PidLutImage image = readPidLutImage(*memory);
+    PidLutImage image = getPidLutImage(*memory);
     if (!isClear(options)) {
         entry.setPIDIDX(numberOf(options, "pididx"));
         entry.setFiltTabIDX(numberOf(options, "filtidx"));

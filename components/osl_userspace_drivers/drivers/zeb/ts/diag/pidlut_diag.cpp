@@ -34,6 +34,8 @@ constexpr TableReadOut<PidMapEntry> O_PID_MAP_READ_OUT{
                yesOrNo(entry.isEnabled()), yesOrNo(entry.isRemap()));
     }};
 
+bool routesNowhere(const PidLutEntry& entry) { return !entry.isCpuRoute() && !entry.isOutRoute(); }
+
 } // namespace
 
 void printPidLut(IMemIf& memory, uint32_t offset, uint32_t count, bool inactive, bool showAll, std::ostream& out)
@@ -56,8 +58,18 @@ void printOPidMap(IMemIf& memory, uint32_t offset, uint32_t count, bool inactive
 
 std::list<PidLutEntry> getPidLut(IMemIf& memory, uint32_t offset, uint32_t count, bool inactive, bool showAll)
 {
-    return getTable<PidLutEntry>(memory, PID_LUT, {offset, count, inactive, showAll},
-                                 [](const PidLutEntry& entry) { return !entry.isCpuRoute() && !entry.isOutRoute(); });
+    return getTable<PidLutEntry>(memory, PID_LUT, {offset, count, inactive, showAll}, routesNowhere);
+}
+
+PidLutImage getPidLutImage(IMemIf& memory)
+{
+    PidLutImage image;
+    visitRows<PidLutEntry>(memory, PID_LUT, {0, PID_LUT.rows, false, false}, routesNowhere,
+                           [&image](uint32_t, uint32_t, const PidLutEntry& entry) {
+                               const PidLutImage::key_type key(entry.getTSIIDX(), entry.getPID());
+                               image.try_emplace(image.end(), key, entry); // rows are sorted, so mostly the right place
+                           });
+    return image;
 }
 
 bool getActivePidLutBank(IMemIf& memory) { return activeBank(memory, PID_LUT); }

@@ -52,8 +52,8 @@ void visitRows(IMemIf& memory, const TableLayout& table, const RowSelection& sel
 {
     checkRows(table, selection);
     uint32_t word = firstWord(memory, table, selection);
+    Entry entry;
     for (uint32_t i = 0; i < selection.count; ++i, word += table.wordsPerRow) {
-        Entry entry;
         entry.setFromWords(memory.readBlock32(word, table.wordsPerRow));
         if (selection.showAll || !isUnused(entry))
             visit(selection.offset + i, word, entry);
@@ -81,7 +81,7 @@ std::list<Entry> getTable(IMemIf& memory, const TableLayout& table, const RowSel
 {
     std::list<Entry> entries;
     visitRows<Entry>(memory, table, selection, isUnused,
-                     [&](uint32_t, uint32_t, Entry& entry) { entries.push_back(std::move(entry)); });
+                     [&](uint32_t, uint32_t, const Entry& entry) { entries.push_back(entry); });
     return entries;
 }
 

@@ -3,6 +3,8 @@
 #include <osl/cpputils/error.h>
 
 #include <cstddef>
+#include <cstdint>
+#include <utility>
 #include <vector>
 
 namespace Osl::Drivers::Misc {
@@ -25,6 +27,7 @@ public:
     const std::vector<Word>& getWords() const
     {
         if (m_Dirty) {
+            m_Words.resize(m_WordCount);
             serialize();
             m_Dirty = false;
         }
@@ -33,32 +36,36 @@ public:
 
     /// Takes over a row as the hardware keeps it; words without a valid row become a stuffing row. Raises
     /// InvalidArgumentError, the entry unchanged, when there are not exactly getWordCount() words.
-    void setFromWords(const std::vector<Word>& buffer)
+    void setFromWords(std::vector<Word> buffer)
     {
-        if (buffer.size() != m_Words.size())
+        if (buffer.size() != m_WordCount)
             OSL_RAISE(CppUtil::InvalidArgumentError, "Incorrect length of serialized data buffer");
-        m_Words = buffer;
+        m_Words = std::move(buffer);
         if (!deserialize())
             setStuffing();
         // Bits without a field must not travel on: the next getWords() packs the fields alone.
         m_Dirty = true;
     }
 
-    std::size_t getWordCount() const { return m_Words.size(); }
+    std::size_t getWordCount() const { return m_WordCount; }
 
 protected:
-    explicit SerilizeableEntry(std::size_t wordCount) : m_Words(wordCount) {}
-    SerilizeableEntry(const SerilizeableEntry&) = default;
-    SerilizeableEntry(SerilizeableEntry&&) noexcept = default;
-    SerilizeableEntry& operator=(const SerilizeableEntry&) = default;
-    SerilizeableEntry& operator=(SerilizeableEntry&&) noexcept = default;
+    explicit SerilizeableEntry(std::size_t wordCount) : m_WordCount(static_cast<uint32_t>(wordCount)) {}
+    // A copy packs its words anew when asked: whole tables are copied, of which few rows are ever packed.
+    SerilizeableEntry(const SerilizeableEntry& other) : m_WordCount(other.m_WordCount) {}
+    SerilizeableEntry& operator=(const SerilizeableEntry&)
+    {
+        m_Dirty = true;
+        return *this;
+    }
 
     /// To be called whenever a field changes.
     void setDirty() { m_Dirty = true; }
 
-    mutable std::vector<Word> m_Words;
+    mutable std::vector<Word> m_Words; ///< getWordCount() words while packing and decoding
 
 private:
+    const uint32_t m_WordCount;
     mutable bool m_Dirty = true;
 };
 

@@ -8,15 +8,10 @@
 #include <osl/userspace_drivers/interfaces/imemif.h>
 
 #include <cstdint>
-#include <map>
 #include <memory>
-#include <utility>
 #include <vector>
 
 namespace Osl::Drivers::Zeb {
-
-/// The PID LUT in the order in which the FPGA needs it: by TSIIDX, then by PID.
-using PidLutImage = std::map<std::pair<uint32_t, uint32_t>, PidLutEntry>;
 
 /// Writes the tables of the PID handling block. Holds no table contents. Errors of the device memory pass through.
 /// One thread at a time; two processes that write the PID LUT at once corrupt the inactive bank.

@@ -19,13 +19,15 @@ void fillSpareBank(IMemIf& memory, const TableLayout& table, const Entries& entr
 {
     uint32_t offset = table.spare(memory.read32(table.bankWord));
     const uint32_t end = offset + table.words();
+    Entry row; // one place to pack all rows in
     for (const Entry& entry : entries) {
-        writeRow(offset, entry.getWords());
+        row = entry;
+        writeRow(offset, row.getWords());
         offset += table.wordsPerRow;
     }
-    const Entry stuffing;
+    row = Entry();
     for (; offset < end; offset += table.wordsPerRow)
-        writeRow(offset, stuffing.getWords());
+        writeRow(offset, row.getWords());
 }
 
 /// Makes the other bank the active one; the control word's other bits stay as they are.

@@ -22,6 +22,9 @@ void printOPidMap(IMemIf& memory, uint32_t offset, uint32_t count, bool inactive
 /// it is a stuffing row.
 std::list<PidLutEntry> getPidLut(IMemIf& memory, uint32_t offset, uint32_t count, bool inactive, bool showAll);
 
+/// The whole active bank without the rows that getPidLut() leaves out; of rows with one (TSIIDX, PID) the first.
+PidLutImage getPidLutImage(IMemIf& memory);
+
 /// The bank bit as the FPGA now uses it.
 bool getActivePidLutBank(IMemIf& memory);
 
