@@ -4,8 +4,7 @@
 #include <utility>
 #include <vector>
 
-namespace Osl::Testing
-{
+namespace Osl::Testing {
 
 /// An argument vector as main gets it: the program's name, then `words`.
 class ArgumentVector
