@@ -21,4 +21,15 @@ inline constexpr MappedDevice PKTIO_DEVICE{"/dev/zebtsif_pktio_dbg", 0x1000};
 /// The scrambler, mapped in the size that its bar size attribute gives.
 inline constexpr const char* SCM_DEVICE_PATH = "/dev/scm";
 
+/// Stream device of the packets that the FPGA routes to the processor, one record a read.
+inline constexpr const char* PKTIO_RX_PATH = "/dev/zebtsif_pktio_rx";
+/// TX DMA channel devices: the path and the channel's number behind it.
+inline constexpr const char* PKTIO_TX_PATH = "/dev/zebtsif_pktio_tx";
+inline constexpr unsigned PKTIO_TX_CHANNELS = 4;
+
+/// Attribute file with the bytes received through the packet port, decimal.
+inline constexpr const char* PKTIO_RX_BYTES_PATH = "/sys/class/zebtsif/zebtsif_pktio_rx/bytesrx";
+/// The same for a TX DMA channel; {} stands for its number.
+inline constexpr const char* PKTIO_TX_BYTES_PATH = "/sys/class/zebtsif/zebtsif_pktio_tx{}/bytestx";
+
 } // namespace Osl::Drivers::Zeb

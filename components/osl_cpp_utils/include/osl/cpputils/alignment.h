@@ -1,0 +1,14 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace Osl::CppUtil {
+
+/// Whether `address` is a multiple of `bytes`. Spelt as the assertions that report it print it.
+inline bool is_aligned(const void* address, std::size_t bytes)
+{
+    return reinterpret_cast<uintptr_t>(address) % bytes == 0;
+}
+
+} // namespace Osl::CppUtil

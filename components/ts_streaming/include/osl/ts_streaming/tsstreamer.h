@@ -1,0 +1,50 @@
+#pragma once
+
+#include <osl/ts_streaming/interfaces.h>
+
+#include <array>
+#include <cstddef>
+#include <future>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace Osl::Ts::Streaming {
+
+class ReadAhead;
+
+/// A pipeline that reads one buffer ahead, on a thread of its own, while the caller's thread processes and writes the
+/// one before it. The reader is used by that thread alone; everything else by the caller's.
+class TsStreamer : public ITsStreamer
+{
+public:
+    static constexpr std::size_t DEFAULT_BUFFER_PACKETS = 5577; ///< about 1 MiB
+
+    TsStreamer(std::unique_ptr<ITsReader> reader, std::unique_ptr<ITsWriter> writer,
+               std::size_t bufferPackets = DEFAULT_BUFFER_PACKETS);
+    TsStreamer(std::unique_ptr<ITsReader> reader, std::unique_ptr<ITsProcessChain> processor,
+               std::unique_ptr<ITsWriter> writer, std::size_t bufferPackets = DEFAULT_BUFFER_PACKETS);
+    /// Cancels the reader and waits for a read that still runs.
+    ~TsStreamer() override;
+
+    uint32_t step() override;
+
+    /// Text of the error behind the last step() that did not answer 0.
+    const std::string& lastError() const { return m_LastError; }
+
+private:
+    void start(std::size_t bufferPackets);
+    void moveBuffer();
+
+    std::unique_ptr<ITsReader> m_Reader;
+    std::unique_ptr<ITsProcessChain> m_Processor; ///< empty when there is nothing to process
+    std::unique_ptr<ITsWriter> m_Writer;
+    std::array<std::vector<uint8_t>, 2> m_Storage; ///< one is read into while the other is written
+    std::size_t m_ReadInto = 0;
+    std::string m_LastError;
+    std::unique_ptr<ReadAhead> m_ReadAhead;
+    std::future<std::span<uint8_t>> m_PendingRead;
+};
+
+} // namespace Osl::Ts::Streaming

@@ -1,0 +1,109 @@
+#include <osl/testing/failure_of.h>
+#include <osl/testing/packet_maker.h>
+#include <osl/ts_streaming/inputs/packet_limit.h>
+#include <osl/ts_streaming/inputs/sync_guard.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+using namespace Osl::Ts;
+using namespace Osl::Ts::Streaming;
+using Osl::Testing::failureOf;
+using Osl::Testing::Packet;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+
+namespace {
+
+/// Bytes in memory as a source.
+class MemoryReader : public ITsReader
+{
+public:
+    explicit MemoryReader(std::vector<uint8_t> data) : m_Data(std::move(data)) {}
+    std::span<uint8_t> read(std::span<uint8_t> buffer) override
+    {
+        const std::size_t count = std::min(buffer.size(), m_Data.size() - m_At);
+        if (count == 0)
+            OSL_RAISE(ReadException, "end", ReadReason::END_OF_DATA);
+        std::copy_n(m_Data.begin() + long(m_At), count, buffer.begin());
+        m_At += count;
+        return buffer.first(count);
+    }
+
+private:
+    std::vector<uint8_t> m_Data;
+    std::size_t m_At = 0;
+};
+
+std::vector<uint8_t> packets(std::size_t count, std::size_t packetSize = TS_SIZE, std::size_t lead = 0)
+{
+    std::vector<uint8_t> data;
+    for (std::size_t i = 0; i < count; ++i) {
+        const Packet packet;
+        data.insert(data.end(), lead, 0);
+        data.insert(data.end(), packet.bytes.begin(), packet.bytes.end());
+        data.insert(data.end(), packetSize - lead - TS_SIZE, 0);
+    }
+    return data;
+}
+
+SyncGuard guardOver(std::vector<uint8_t> data)
+{
+    data.resize(data.size() / TS_SIZE * TS_SIZE);
+    return SyncGuard(std::make_unique<MemoryReader>(std::move(data)));
+}
+
+/// Packets that come out before the reader raises, with its text.
+std::pair<std::size_t, std::string> drain(ITsReader& reader)
+{
+    std::size_t count = 0;
+    std::vector<uint8_t> buffer(30 * TS_SIZE);
+    const std::string text = failureOf<ReadException>([&] {
+        for (;;)
+            count += reader.read(buffer).size() / TS_SIZE;
+    });
+    return {count, text};
+}
+
+} // namespace
+
+TEST(SyncGuardTest, LetsGoodPacketsThroughUpToTheEndOrTheFirstBadOne)
+{
+    SyncGuard good = guardOver(packets(200));
+    EXPECT_EQ(drain(good).first, 200U);
+
+    std::vector<uint8_t> data = packets(200);
+    data[150 * TS_SIZE] = 0x11;
+    SyncGuard bad = guardOver(data);
+    const auto [count, text] = drain(bad);
+    EXPECT_EQ(count, 150U);
+    EXPECT_THAT(text, HasSubstr("Sync lost at byte 28200 of the input: 0x11 instead of 0x47"));
+}
+
+TEST(SyncGuardTest, RefusesOtherFormatsBeforeAnythingComesOut)
+{
+    std::vector<uint8_t> broken = packets(100);
+    broken[3 * TS_SIZE] = 0x48;
+    SyncGuard noTs = guardOver(broken);
+    const auto [count, text] = drain(noTs);
+    EXPECT_EQ(count, 0U);
+    EXPECT_THAT(text, AllOf(HasSubstr("byte 564 is 0x48"), Not(HasSubstr("looks like"))));
+
+    for (const auto& [size, lead] : {std::pair{192U, 4U}, std::pair{192U, 0U}, std::pair{204U, 0U}}) {
+        SyncGuard guard = guardOver(packets(100, size, lead));
+        const auto [passed, refusal] = drain(guard);
+        EXPECT_EQ(passed, 0U);
+        EXPECT_THAT(refusal, HasSubstr("It looks like packets of " + std::to_string(size) + " bytes"));
+    }
+}
+
+TEST(PacketLimitTest, EndsAfterSoManyPackets)
+{
+    for (const auto& [limit, expected] : {std::pair{1U, 1U}, {30U, 30U}, {61U, 61U}, {500U, 100U}}) {
+        PacketLimit reader(std::make_unique<MemoryReader>(packets(100)), limit);
+        EXPECT_EQ(drain(reader).first, expected);
+    }
+}

@@ -1,0 +1,168 @@
+#include <osl/cpputils/log.h>
+#include <osl/testing/failure_of.h>
+#include <osl/testing/packet_maker.h>
+#include <osl/ts_streaming/outputs/pcrsegwriter.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <numeric>
+
+using namespace Osl::Ts;
+using namespace Osl::Ts::Streaming;
+using Osl::Testing::failureOf;
+using Osl::Testing::Packet;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+namespace {
+
+struct Segment
+{
+    std::size_t packets;
+    uint64_t duration;
+    int firstMark;
+    bool operator==(const Segment&) const = default;
+};
+
+/// Takes segments; refuses durations of more than a limit for a packet, as the hardware does.
+struct FakeHw : PcrSegmentingWriter::HwWriter
+{
+    ssize_t write(const uint8_t* segment, std::size_t bytes, uint64_t duration) override
+    {
+        EXPECT_EQ(reinterpret_cast<uintptr_t>(segment) % 4, 0U);
+        if (duration / (bytes / TS_SIZE) >= m_SpacingLimit)
+            OSL_RAISE(WriteError, "too slow", WriteReason::PACING);
+        m_Segments.push_back({bytes / TS_SIZE, duration, segment[TS_SIZE - 1]});
+        errno = ENODEV;
+        return m_Result;
+    }
+
+    ssize_t m_Result = 1;
+    uint64_t m_SpacingLimit = ~uint64_t{0};
+    std::vector<Segment> m_Segments;
+};
+
+class PcrSegmentingWriterTest : public testing::Test
+{
+protected:
+    void write(std::vector<Packet> packets)
+    {
+        for (Packet& packet : packets)
+            packet.mark(m_Mark++);
+        m_Writer->write(Osl::Testing::join(packets));
+    }
+
+    std::unique_ptr<FakeHw> m_Owned = std::make_unique<FakeHw>();
+    FakeHw& m_Hw = *m_Owned;
+    std::unique_ptr<PcrSegmentingWriter> m_Writer = std::make_unique<PcrSegmentingWriter>(std::move(m_Owned));
+    uint8_t m_Mark = 0;
+};
+
+Packet pcr(uint64_t ticks, uint16_t pid = 0x100) { return Packet(pid).pcr(ticks); }
+const Packet PLAIN;
+
+} // namespace
+
+TEST_F(PcrSegmentingWriterTest, SegmentsRunFromPcrToPcrOfTheFirstPcrPid)
+{
+    write({pcr(1000), PLAIN, pcr(5, 0x200)});
+    EXPECT_THAT(m_Hw.m_Segments, IsEmpty());
+    EXPECT_EQ(m_Writer->pcrPid(), 0x100);
+    write({PLAIN, PLAIN});
+    write({PLAIN, pcr(4000), pcr(5000), PLAIN, pcr(5500)});
+    EXPECT_THAT(m_Hw.m_Segments, ElementsAre(Segment{6, 3000, 0}, Segment{1, 1000, 6}, Segment{2, 500, 7}));
+    write({pcr(5600)});
+    EXPECT_THAT(m_Hw.m_Segments.back(), (Segment{1, 100, 9}));
+}
+
+TEST_F(PcrSegmentingWriterTest, WhatComesBeforeTheFirstPcrGoesAtTheDefaultRate)
+{
+    write({PLAIN, Packet(NULL_PID).pcr(7), PLAIN, pcr(1), PLAIN});
+    EXPECT_THAT(m_Hw.m_Segments, ElementsAre(Segment{3, 3 * 8122, 0}));
+}
+
+TEST_F(PcrSegmentingWriterTest, DurationIsExactAcrossTheWrapOfThePcr)
+{
+    write({pcr(PCR_RANGE - 100), PLAIN, pcr(200)});
+    EXPECT_THAT(m_Hw.m_Segments, ElementsAre(Segment{2, 300, 0}));
+}
+
+TEST_F(PcrSegmentingWriterTest, TailGoesWithTheLastDurationUnscaled)
+{
+    write({pcr(0), PLAIN, pcr(600), PLAIN, PLAIN, PLAIN});
+    m_Writer->finish();
+    m_Writer->finish();
+    EXPECT_THAT(m_Hw.m_Segments, ElementsAre(Segment{2, 600, 0}, Segment{4, 600, 2}));
+    write({PLAIN});
+    m_Writer->finish();
+    EXPECT_THAT(m_Hw.m_Segments.back(), (Segment{1, 600, 6}));
+}
+
+TEST_F(PcrSegmentingWriterTest, TailOfUntimedStreamGoesAtTheDefaultRate)
+{
+    write({pcr(0), PLAIN});
+    m_Writer->finish();
+    EXPECT_THAT(m_Hw.m_Segments, ElementsAre(Segment{2, 2 * 8122, 0}));
+}
+
+TEST_F(PcrSegmentingWriterTest, TailThatTheDeviceCannotStretchGoesAtTheLastSpacing)
+{
+    m_Hw.m_SpacingLimit = 500;
+    write({pcr(0), PLAIN, pcr(801)});
+    m_Writer->finish();
+    EXPECT_THAT(m_Hw.m_Segments, ElementsAre(Segment{2, 801, 0}, Segment{1, 400, 2}));
+}
+
+TEST_F(PcrSegmentingWriterTest, MemoryStaysBoundedWithoutPcr)
+{
+    for (int i = 0; i < 10; ++i)
+        write(std::vector<Packet>(1000, PLAIN));
+    m_Writer->finish();
+    std::size_t sent = 0;
+    for (const Segment& segment : m_Hw.m_Segments) {
+        sent += segment.packets;
+        EXPECT_LE(segment.packets, 5000U);
+        EXPECT_EQ(segment.duration, segment.packets * 8122);
+    }
+    EXPECT_EQ(sent, 10'000U);
+
+    write({pcr(0)});
+    EXPECT_THAT(failureOf<WriteError>([&] {
+                    for (int i = 0; i < 23; ++i)
+                        write(std::vector<Packet>(1000, PLAIN));
+                }),
+                HasSubstr("PID 256 (0x0100) paced the stream but had no PCR for 23001 packets"));
+}
+
+TEST_F(PcrSegmentingWriterTest, RefusedSegmentIsDroppedAndTheNextOneGoes)
+{
+    m_Hw.m_SpacingLimit = 500;
+    EXPECT_THROW(write({pcr(0), PLAIN, pcr(9000), PLAIN}), WriteError);
+    write({pcr(9100), PLAIN});
+    write({PLAIN, pcr(9400)});
+    EXPECT_THAT(m_Hw.m_Segments, ElementsAre(Segment{3, 300, 4}));
+}
+
+TEST_F(PcrSegmentingWriterTest, FailingDeviceEndsWithErrno)
+{
+    m_Hw.m_Result = -1;
+    EXPECT_THAT(failureOf<WriteError>([&] {
+                    write({pcr(0), PLAIN, pcr(600)});
+                }),
+                StartsWith("TS streaming write error: The device did not take a segment of 2 packets: No such device "
+                           "(errno 19)("));
+}
+
+TEST_F(PcrSegmentingWriterTest, DestructionFlushesAndLogsWhatItCannotReport)
+{
+    Osl::CppUtil::Log::setUp(Osl::CppUtil::Log::Level::WARNING);
+    write({pcr(0), PLAIN});
+    m_Hw.m_Result = -1;
+    testing::internal::CaptureStderr();
+    m_Writer.reset();
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("The end of the stream was not sent: TS streaming"));
+}
