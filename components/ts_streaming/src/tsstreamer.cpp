@@ -82,7 +82,9 @@ TsStreamer::TsStreamer(std::unique_ptr<ITsReader> reader, std::unique_ptr<ITsPro
     start(bufferPackets);
 }
 
-TsStreamer::~TsStreamer()
+TsStreamer::~TsStreamer() { endReading(); }
+
+void TsStreamer::endReading()
 {
     m_Reader->cancel();
     if (m_PendingRead.valid())
@@ -114,11 +116,13 @@ uint32_t TsStreamer::step()
         return 0;
     } catch (const ReadException& error) {
         m_LastError = error.what();
+        m_LastFailure = std::current_exception();
         if (error.reason() > static_cast<uint32_t>(ReadReason::NOT_ACCESSIBLE))
             OSL_ASSERT(false);
         return error.is(ReadReason::END_OF_DATA) ? 1 : error.is(ReadReason::NOT_READY) ? 2 : FAILED;
     } catch (const Error& error) {
         m_LastError = error.what();
+        m_LastFailure = std::current_exception();
         return FAILED;
     }
 }

@@ -39,14 +39,8 @@ void storeBigEndian(uint8_t* to, uint32_t value)
     to[3] = static_cast<uint8_t>(value);
 }
 
-LinuxCppUtil::UniqueFD openChannel(unsigned channel, unsigned mode, unsigned value, const std::string& devicePrefix)
+LinuxCppUtil::UniqueFD openChannel(unsigned channel, const std::string& devicePrefix)
 {
-    const bool valid = std::any_of(DESIGNATOR_RANGES.begin(), DESIGNATOR_RANGES.end(), [&](const auto& range) {
-        return static_cast<unsigned>(range.mode) == mode && range.first <= value && value <= range.last;
-    });
-    if (!valid)
-        OSL_RAISE(CppUtil::InvalidArgumentError,
-                  fmt::format("Invalid TS TX DMA mode {} or invalid TSI,PIDIDX,TSO value {}", mode, value));
     if (channel >= Drivers::Zeb::PKTIO_TX_CHANNELS)
         OSL_RAISE(CppUtil::InvalidArgumentError, fmt::format("Invalid TS TX DMA channel number {}", channel));
     return LinuxCppUtil::makeUniqueFD(devicePrefix + std::to_string(channel), O_RDWR);
@@ -54,15 +48,25 @@ LinuxCppUtil::UniqueFD openChannel(unsigned channel, unsigned mode, unsigned val
 
 } // namespace
 
+uint32_t txHeader(unsigned mode, unsigned value)
+{
+    const bool valid = std::any_of(DESIGNATOR_RANGES.begin(), DESIGNATOR_RANGES.end(), [&](const auto& range) {
+        return static_cast<unsigned>(range.mode) == mode && range.first <= value && value <= range.last;
+    });
+    if (!valid)
+        OSL_RAISE(CppUtil::InvalidArgumentError,
+                  fmt::format("Invalid TS TX DMA mode {} or invalid TSI,PIDIDX,TSO value {}", mode, value));
+    return mode << MODE_BIT | value;
+}
+
 ZebPcrWriter::ZebPcrWriter(unsigned channel, unsigned mode, unsigned value)
     : ZebPcrWriter(channel, mode, value, Drivers::Zeb::PKTIO_TX_PATH)
 {
 }
 
 ZebPcrWriter::ZebPcrWriter(unsigned channel, unsigned mode, unsigned value, const std::string& devicePrefix)
-    : m_Channel(openChannel(channel, mode, value, devicePrefix)),
-      m_Mode(mode),
-      m_Value(value)
+    : m_Header(txHeader(mode, value)),
+      m_Channel(openChannel(channel, devicePrefix))
 {
 }
 
@@ -91,14 +95,13 @@ ssize_t ZebPcrWriter::write(const uint8_t* buffer, std::size_t bytes, uint64_t d
     storeBigEndian(&m_Buffer[0], static_cast<uint32_t>(spacing));
     storeBigEndian(&m_Buffer[4], static_cast<uint32_t>(remainder));
 
-    const uint32_t header = m_Mode << MODE_BIT | m_Value;
     uint8_t* record = &m_Buffer[SEGMENT_HEAD_SIZE];
     for (std::size_t i = 0; i < packets; ++i, record += RECORD_SIZE) {
-        storeBigEndian(record, header);
+        storeBigEndian(record, m_Header);
         std::memcpy(record + 4, buffer + i * TS_SIZE, TS_SIZE);
     }
     if (spacing != 0 || remainder != 0)
-        storeBigEndian(record - RECORD_SIZE, header | LAST_OF_SEGMENT);
+        storeBigEndian(record - RECORD_SIZE, m_Header | LAST_OF_SEGMENT);
     return writeRest(0);
 }
 

@@ -18,6 +18,7 @@ namespace Osl::Ts {
 inline constexpr std::size_t TS_SIZE = 188; ///< bytes
 inline constexpr uint8_t SYNC_BYTE = 0x47;
 inline constexpr uint16_t NULL_PID = 8191;
+inline constexpr uint32_t PCR_TICKS_PER_SECOND = 27'000'000;
 inline constexpr uint32_t PCR_TICKS_PER_BASE = 300;                          ///< 27 MHz over 90 kHz
 inline constexpr uint64_t TIME_STAMP_RANGE = uint64_t{1} << 33;              ///< PCR base, PTS and DTS run modulo this
 inline constexpr uint64_t PCR_RANGE = TIME_STAMP_RANGE * PCR_TICKS_PER_BASE; ///< a PCR in ticks runs modulo this

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstddef>
+#include <exception>
 #include <future>
 #include <memory>
 #include <span>
@@ -25,13 +26,18 @@ public:
                std::size_t bufferPackets = DEFAULT_BUFFER_PACKETS);
     TsStreamer(std::unique_ptr<ITsReader> reader, std::unique_ptr<ITsProcessChain> processor,
                std::unique_ptr<ITsWriter> writer, std::size_t bufferPackets = DEFAULT_BUFFER_PACKETS);
-    /// Cancels the reader and waits for a read that still runs.
+    /// Ends the reading.
     ~TsStreamer() override;
 
     uint32_t step() override;
 
     /// Text of the error behind the last step() that did not answer 0.
     const std::string& lastError() const { return m_LastError; }
+    /// That error itself.
+    const std::exception_ptr& lastFailure() const { return m_LastFailure; }
+
+    /// Cancels the reader and waits for a read that still runs; no step may follow.
+    void endReading();
 
 private:
     void start(std::size_t bufferPackets);
@@ -43,6 +49,7 @@ private:
     std::array<std::vector<uint8_t>, 2> m_Storage; ///< one is read into while the other is written
     std::size_t m_ReadInto = 0;
     std::string m_LastError;
+    std::exception_ptr m_LastFailure;
     std::unique_ptr<ReadAhead> m_ReadAhead;
     std::future<std::span<uint8_t>> m_PendingRead;
 };

@@ -1,8 +1,10 @@
 #include "zeb_fpga_shell/cli/registry.h"
 
+#include "zeb_fpga_shell/cli/bitrate_cmds.h"
 #include "zeb_fpga_shell/cli/cammon_cmds.h"
 #include "zeb_fpga_shell/cli/impexp_tables_cmd.h"
 #include "zeb_fpga_shell/cli/mcnotlut_cmds.h"
+#include "zeb_fpga_shell/cli/pktio_cmds.h"
 #include "zeb_fpga_shell/cli/scm_cmds.h"
 #include "zeb_fpga_shell/cli/spi_cmds.h"
 #include "zeb_fpga_shell/cli/table_clear_cmds.h"
@@ -29,6 +31,12 @@ template <class Command>
 std::unique_ptr<CliCmd> make(const CommandRow& row, const StopFlag&)
 {
     return std::make_unique<Command>(row.name, row.usage, row.description);
+}
+
+template <class Command>
+std::unique_ptr<CliCmd> makeLong(const CommandRow& row, const StopFlag& stopFlag)
+{
+    return std::make_unique<Command>(row.name, row.usage, row.description, stopFlag);
 }
 
 // clang-format off
@@ -125,19 +133,19 @@ constexpr std::array COMMANDS{
                make<WriteIPOUTEntryCmd>},
     CommandRow{"rdtspackets", "See rdtspackets -h",
                "Reads transport stream packets from the packet FIFO in the ZEB TSIF FPGA.",
-               make<UnavailableCmd>},
+               makeLong<RdTsPacketsCmd>},
     CommandRow{"tsinrate", "See tsinrate -h",
                "Monitors and displays the current bitrate of the incoming TS packets of the pktio interface.",
-               make<UnavailableCmd>},
+               makeLong<PKTIORxBitRateMeas>},
     CommandRow{"tsoutrate", "See tsoutrate -h",
                "Monitors and displays the current bitrate of the outgoing TS packets of the pktio interface.",
-               make<UnavailableCmd>},
+               makeLong<PKTIOTxBitRateMeas>},
     CommandRow{"wrtspackets", "See wrtspackets -h",
                "Writes TS packets to the Tx packet FIFO of the ZEB TSIF FPGA.",
-               make<UnavailableCmd>},
+               makeLong<WrTsPacketsCmd>},
     CommandRow{"tsotsibitrate", "See tsotsibitrate -h",
                "Reads the bitrate of multiple transport stream inputs and outputs, designated by either TSI and/or TSO.",
-               make<UnavailableCmd>},
+               makeLong<TSOTSIBitRateMeas>},
     CommandRow{"exptabs", "See exptabs -h",
                "Exports the transport stream related tables fo the ZEB stream FPGA.",
                make<ExportTablesCmd>},

@@ -18,12 +18,16 @@ enum class DesignatorMode : unsigned {
     TSO = 3,    ///< transport stream output index, 0-255
 };
 
+/// Header word of a TX packet, mode << 30 | value. Raises InvalidArgumentError when `mode` is no DesignatorMode or
+/// `value` is out of its range.
+uint32_t txHeader(unsigned mode, unsigned value);
+
 /// Writes segments to a TX DMA channel, one transfer each, all numbers big-endian:
 ///
 ///     0         ticks of 27 MHz per packet (duration / packets)
 ///     4         the rest of that division
 ///     8..63     zero
-///     64+192*i  packet i: header mode << 30 | value, bit 24 set on the last packet of a segment that has a duration;
+///     64+192*i  packet i: txHeader(), bit 24 set on the last packet of a segment that has a duration;
 ///               then its 188 bytes
 class ZebPcrWriter : public PcrSegmentingWriter::HwWriter
 {
@@ -52,11 +56,10 @@ public:
     int descriptor() const { return *m_Channel; }
 
 private:
+    uint32_t m_Header;
     std::shared_ptr<int> m_Channel;
     std::vector<uint8_t> m_Buffer; ///< grows to the largest transfer and stays
     std::size_t m_TransferSize = 0;
-    unsigned m_Mode;
-    unsigned m_Value;
 };
 
 } // namespace Osl::Ts::Streaming

@@ -1,0 +1,21 @@
+#include "zeb_fpga_shell/pktio/timing.h"
+
+#include <algorithm>
+#include <thread>
+
+namespace Osl::Utils {
+
+using Clock = std::chrono::steady_clock;
+
+Timing Timing::real()
+{
+    return {.now = &Clock::now, .wait = [](std::chrono::milliseconds duration, const std::function<bool()>& stopped) {
+                constexpr std::chrono::milliseconds SLICE(20);
+                const Clock::time_point end = Clock::now() + duration;
+                for (auto now = Clock::now(); now < end && !stopped(); now = Clock::now())
+                    std::this_thread::sleep_until(std::min(end, now + SLICE));
+                return !stopped();
+            }};
+}
+
+} // namespace Osl::Utils
