@@ -2,9 +2,53 @@
 #include <osl/ts_basics/ll_tspackets.h>
 #include <osl/ts_streaming/tsstreamer.h>
 
+#include <algorithm>
+#include <chrono>
 #include <thread>
 
 namespace Osl::Ts::Streaming {
+namespace {
+
+/// Waits for futures, for a moment without sleeping: at memory speed a buffer takes less time than waking a thread.
+/// While that does not pay (the sink sets the pace, or the processors are busy), it is tried ever more seldom.
+class Attention
+{
+public:
+    template <class Result>
+    void await(const std::future<Result>& future)
+    {
+        if (m_WaitsToSleep > 0) {
+            --m_WaitsToSleep;
+        } else if (watch(future)) {
+            m_Failures = 0;
+        } else {
+            m_Failures = std::min(m_Failures + 1, MAX_FAILURES);
+            m_WaitsToSleep = (1U << m_Failures) - 1;
+        }
+        future.wait();
+    }
+
+private:
+    using Clock = std::chrono::steady_clock;
+    /// Longer than a thread takes to wake up: else both sides of a hand-over would keep finding the other asleep.
+    static constexpr std::chrono::microseconds SPAN{500};
+    static constexpr unsigned MAX_FAILURES = 6;
+
+    template <class Result>
+    static bool watch(const std::future<Result>& future)
+    {
+        const Clock::time_point end = Clock::now() + SPAN;
+        while (future.wait_for(Clock::duration::zero()) != std::future_status::ready)
+            if (Clock::now() >= end)
+                return false;
+        return true;
+    }
+
+    unsigned m_Failures = 0; ///< in a row, as far as they count
+    unsigned m_WaitsToSleep = std::thread::hardware_concurrency() > 1 ? 0 : ~0U;
+};
+
+} // namespace
 
 /// Runs one read at a time on a thread that lives as long as the pipeline: starting a thread for every buffer would
 /// cost a tenth of the throughput at memory speed. Requests go in, and filled buffers come out, as futures.
@@ -37,6 +81,9 @@ public:
         return filled;
     }
 
+    /// The caller's, for waiting on what start() answers.
+    Attention& attention() { return m_CallersAttention; }
+
 private:
     struct Request;
     using Read = std::packaged_task<std::span<uint8_t>()>;
@@ -50,13 +97,19 @@ private:
 
     static void serve(RequestFuture next)
     {
-        while (const auto request = next.get()) {
+        Attention attention;
+        for (;;) {
+            attention.await(next);
+            const auto request = next.get();
+            if (!request)
+                return;
             request->read();
             next = std::move(request->next);
         }
     }
 
     ITsReader& m_Reader;
+    Attention m_CallersAttention;
     RequestPromise m_NextRequest;
     std::thread m_Thread;
 };
@@ -102,6 +155,7 @@ void TsStreamer::moveBuffer()
 {
     if (!m_PendingRead.valid())
         m_PendingRead = m_ReadAhead->start(m_Storage[m_ReadInto]);
+    m_ReadAhead->attention().await(m_PendingRead);
     const std::span<uint8_t> buffer = m_PendingRead.get();
     m_ReadInto = 1 - m_ReadInto;
     m_PendingRead = m_ReadAhead->start(m_Storage[m_ReadInto]);

@@ -6,8 +6,9 @@
 
 #include <osl/cpputils/log.h>
 #include <osl/ts_streaming/inputs/file_reader.h>
+#include <osl/ts_streaming/inputs/format_probe.h>
 #include <osl/ts_streaming/inputs/packet_limit.h>
-#include <osl/ts_streaming/inputs/sync_guard.h>
+#include <osl/ts_streaming/processing/sync_guard.h>
 #include <osl/ts_streaming/processing/tsccfixer.h>
 #include <osl/ts_streaming/processing/tspcrwrapper.h>
 #include <osl/userspace_drivers/interfaces/pci/pciif.h>
@@ -51,7 +52,7 @@ public:
 
 private:
     std::unique_ptr<ITsReader> makeReader();
-    std::unique_ptr<ITsProcessChain> makeProcessor() const;
+    std::unique_ptr<ITsProcessChain> makeProcessor();
     std::unique_ptr<ITsWriter> makeWriter();
     std::unique_ptr<TsStreamer> makeStreamer();
     uint64_t bytesToSend() const;
@@ -69,6 +70,7 @@ private:
     SendMonitor m_Monitor;
     std::unique_ptr<Drivers::Zeb::PktIODriver> m_Port; ///< only when sending by registers
     PcrSegmentingWriter* m_Segmenter = nullptr;        ///< only otherwise; owned by the pipeline
+    SyncGuard* m_SyncGuard = nullptr;                  ///< owned by the pipeline
     std::unique_ptr<TsStreamer> m_Streamer;
     bool m_WarnedWithoutPcr = false;
     bool m_EndReached = false;
@@ -99,17 +101,22 @@ uint64_t Transmission::bytesToSend() const
 
 std::unique_ptr<ITsReader> Transmission::makeReader()
 {
-    std::unique_ptr<ITsReader> reader = std::make_unique<SyncGuard>(std::move(m_OwnedFile));
+    std::unique_ptr<ITsReader> reader = std::make_unique<FormatProbe>(std::move(m_OwnedFile));
     if (m_Settings.packetLimit != 0)
         reader = std::make_unique<PacketLimit>(std::move(reader), m_Settings.packetLimit);
     return reader;
 }
 
-std::unique_ptr<ITsProcessChain> Transmission::makeProcessor() const
+std::unique_ptr<ITsProcessChain> Transmission::makeProcessor()
 {
+    std::unique_ptr<ITsProcessChain> repair;
     if (m_Settings.loop)
-        return std::make_unique<TsCcFixer>(std::make_unique<TsPcrWrapper>(nullptr, m_File.fileBytes() / TS_SIZE));
-    return m_Settings.fixCounters ? std::make_unique<TsCcFixer>() : nullptr;
+        repair = std::make_unique<TsCcFixer>(std::make_unique<TsPcrWrapper>(nullptr, m_File.fileBytes() / TS_SIZE));
+    else if (m_Settings.fixCounters)
+        repair = std::make_unique<TsCcFixer>();
+    auto guard = std::make_unique<SyncGuard>(std::move(repair));
+    m_SyncGuard = guard.get();
+    return guard;
 }
 
 std::unique_ptr<ITsWriter> Transmission::makeWriter()
@@ -134,11 +141,7 @@ std::unique_ptr<ITsWriter> Transmission::makeWriter()
 std::unique_ptr<TsStreamer> Transmission::makeStreamer()
 {
     auto writer = makeWriter();
-    auto processor = makeProcessor();
-    if (!processor)
-        return std::make_unique<TsStreamer>(makeReader(), std::move(writer), m_Settings.bufferPackets);
-    return std::make_unique<TsStreamer>(makeReader(), std::move(processor), std::move(writer),
-                                        m_Settings.bufferPackets);
+    return std::make_unique<TsStreamer>(makeReader(), makeProcessor(), std::move(writer), m_Settings.bufferPackets);
 }
 
 void Transmission::warnWithoutPcr()
@@ -161,16 +164,19 @@ void Transmission::move()
     }
     m_Streamer->endReading();
     m_EndReached = status == END_OF_DATA;
-    if (status > END_OF_DATA)
+    if (status != 0)
         m_Failure = describeFailure();
 }
 
-/// Of the last step; empty for a stop, which reaches the pipeline as a failure of its writer.
+/// What ended the stream; empty for its end and for a stop, which reaches the pipeline as a failure of its writer.
 std::string Transmission::describeFailure() const
 {
     try {
+        m_SyncGuard->check();
         std::rethrow_exception(m_Streamer->lastFailure());
     } catch (const ReadException& error) {
+        if (error.is(ReadReason::END_OF_DATA))
+            return "";
         return m_File.failed() ? fmt::format("{} - {}", m_File.failure(), error.what()) : error.what();
     } catch (const WriteError& error) {
         return error.is(WriteReason::STOPPED) ? "" : error.what();

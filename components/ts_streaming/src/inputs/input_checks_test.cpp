@@ -1,7 +1,9 @@
 #include <osl/testing/failure_of.h>
 #include <osl/testing/packet_maker.h>
+#include <osl/ts_basics/tspacket.h>
+#include <osl/ts_streaming/inputs/format_probe.h>
 #include <osl/ts_streaming/inputs/packet_limit.h>
-#include <osl/ts_streaming/inputs/sync_guard.h>
+#include <osl/ts_streaming/processing/sync_guard.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -50,10 +52,10 @@ std::vector<uint8_t> packets(std::size_t count, std::size_t packetSize = TS_SIZE
     return data;
 }
 
-SyncGuard guardOver(std::vector<uint8_t> data)
+FormatProbe probeOver(std::vector<uint8_t> data)
 {
     data.resize(data.size() / TS_SIZE * TS_SIZE);
-    return SyncGuard(std::make_unique<MemoryReader>(std::move(data)));
+    return FormatProbe(std::make_unique<MemoryReader>(std::move(data)));
 }
 
 /// Packets that come out before the reader raises, with its text.
@@ -70,34 +72,42 @@ std::pair<std::size_t, std::string> drain(ITsReader& reader)
 
 } // namespace
 
-TEST(SyncGuardTest, LetsGoodPacketsThroughUpToTheEndOrTheFirstBadOne)
+TEST(FormatProbeTest, HandsOnEverythingOfAGoodInput)
 {
-    SyncGuard good = guardOver(packets(200));
-    EXPECT_EQ(drain(good).first, 200U);
-
-    std::vector<uint8_t> data = packets(200);
-    data[150 * TS_SIZE] = 0x11;
-    SyncGuard bad = guardOver(data);
-    const auto [count, text] = drain(bad);
-    EXPECT_EQ(count, 150U);
-    EXPECT_THAT(text, HasSubstr("Sync lost at byte 28200 of the input: 0x11 instead of 0x47"));
+    for (const std::size_t count : {1U, 63U, 64U, 200U}) {
+        FormatProbe good = probeOver(packets(count));
+        EXPECT_EQ(drain(good).first, count);
+    }
 }
 
-TEST(SyncGuardTest, RefusesOtherFormatsBeforeAnythingComesOut)
+TEST(FormatProbeTest, RefusesOtherFormatsBeforeAnythingComesOut)
 {
     std::vector<uint8_t> broken = packets(100);
     broken[3 * TS_SIZE] = 0x48;
-    SyncGuard noTs = guardOver(broken);
+    FormatProbe noTs = probeOver(broken);
     const auto [count, text] = drain(noTs);
     EXPECT_EQ(count, 0U);
     EXPECT_THAT(text, AllOf(HasSubstr("byte 564 is 0x48"), Not(HasSubstr("looks like"))));
 
     for (const auto& [size, lead] : {std::pair{192U, 4U}, std::pair{192U, 0U}, std::pair{204U, 0U}}) {
-        SyncGuard guard = guardOver(packets(100, size, lead));
-        const auto [passed, refusal] = drain(guard);
+        FormatProbe probe = probeOver(packets(100, size, lead));
+        const auto [passed, refusal] = drain(probe);
         EXPECT_EQ(passed, 0U);
         EXPECT_THAT(refusal, HasSubstr("It looks like packets of " + std::to_string(size) + " bytes"));
     }
+}
+
+TEST(SyncGuardTest, EndsTheStreamWhereSyncIsLostAfterWhatCameBefore)
+{
+    SyncGuard guard(nullptr);
+    std::vector<uint8_t> data = packets(50);
+    EXPECT_EQ(guard.process(data).size(), data.size());
+    guard.check();
+    data[7 * TS_SIZE] = 0x11;
+    EXPECT_EQ(guard.process(data).size(), 7 * TS_SIZE);
+    const auto text = HasSubstr("Sync lost at byte 10716 of the input: 0x11 instead of 0x47");
+    EXPECT_THAT(failureOf<TsError>([&] { guard.check(); }), text);
+    EXPECT_THAT(failureOf<TsError>([&] { guard.process(data); }), text);
 }
 
 TEST(PacketLimitTest, EndsAfterSoManyPackets)

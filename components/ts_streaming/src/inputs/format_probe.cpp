@@ -1,5 +1,6 @@
 #include <osl/ts_basics/ll_tspackets.h>
-#include <osl/ts_streaming/inputs/sync_guard.h>
+#include <osl/ts_streaming/inputs/format_probe.h>
+#include <osl/ts_streaming/processing/sync_guard.h>
 
 #include <fmt/format.h>
 
@@ -9,18 +10,6 @@
 
 namespace Osl::Ts::Streaming {
 namespace {
-
-/// So many packets decide what an input is.
-constexpr std::size_t PROBE_PACKETS = 64;
-
-/// Offset of the first packet without sync byte; the size of `data` when all have one.
-std::size_t findBadPacket(std::span<const uint8_t> data)
-{
-    std::size_t offset = 0;
-    while (offset < data.size() && Ll::hasSync(&data[offset]))
-        offset += TS_SIZE;
-    return offset;
-}
 
 /// A packet size other than 188 at which `data` shows sync bytes throughout; 0 when there is none.
 std::size_t guessPacketSize(std::span<const uint8_t> data)
@@ -41,13 +30,13 @@ std::size_t guessPacketSize(std::span<const uint8_t> data)
 
 } // namespace
 
-SyncGuard::SyncGuard(std::unique_ptr<ITsReader> source) : m_Source(std::move(source)) {}
+FormatProbe::FormatProbe(std::unique_ptr<ITsReader> source) : m_Source(std::move(source)) {}
 
-void SyncGuard::probe()
+void FormatProbe::probe()
 {
     std::vector<uint8_t> start(PROBE_PACKETS * TS_SIZE);
     start.resize(m_Source->read(start).size());
-    const std::size_t bad = findBadPacket(start);
+    const std::size_t bad = findLostSync(start);
     if (bad == start.size()) {
         m_Start = std::move(start);
         return;
@@ -61,7 +50,7 @@ void SyncGuard::probe()
               ReadReason::BAD_DATA);
 }
 
-std::span<uint8_t> SyncGuard::read(std::span<uint8_t> buffer)
+std::span<uint8_t> FormatProbe::read(std::span<uint8_t> buffer)
 {
     if (m_Start.empty())
         probe();
@@ -69,26 +58,9 @@ std::span<uint8_t> SyncGuard::read(std::span<uint8_t> buffer)
         const std::size_t count = std::min(buffer.size(), m_Start.size() - m_StartServed);
         std::copy_n(m_Start.begin() + static_cast<std::ptrdiff_t>(m_StartServed), count, buffer.begin());
         m_StartServed += count;
-        m_Offset += count;
         return buffer.first(count);
     }
-
-    std::span<uint8_t> data;
-    if (!m_Lost) {
-        data = m_Source->read(buffer);
-        const std::size_t good = findBadPacket(data);
-        m_Offset += good;
-        m_Lost = good < data.size();
-        if (m_Lost)
-            m_BadByte = data[good];
-        data = data.first(good);
-    }
-    if (data.empty())
-        OSL_RAISE(ReadException,
-                  fmt::format("Sync lost at byte {} of the input: 0x{:02x} instead of 0x{:02x}", m_Offset, m_BadByte,
-                              SYNC_BYTE),
-                  ReadReason::BAD_DATA);
-    return data;
+    return m_Source->read(buffer);
 }
 
 } // namespace Osl::Ts::Streaming

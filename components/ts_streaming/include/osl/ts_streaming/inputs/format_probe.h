@@ -2,6 +2,7 @@
 
 #include <osl/ts_streaming/interfaces.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <span>
@@ -9,12 +10,14 @@
 
 namespace Osl::Ts::Streaming {
 
-/// A reader that lets through whole packets with a sync byte only. An input that starts with anything else is refused
-/// before a packet of it is handed out; one that loses sync later ends there, after what came before.
-class SyncGuard : public ITsReader
+/// A reader that refuses an input that does not start as packets of 188 bytes, before a packet of it is handed out.
+class FormatProbe : public ITsReader
 {
 public:
-    explicit SyncGuard(std::unique_ptr<ITsReader> source);
+    /// So many packets decide what an input is.
+    static constexpr std::size_t PROBE_PACKETS = 64;
+
+    explicit FormatProbe(std::unique_ptr<ITsReader> source);
 
     /// Raises ReadException (BAD_DATA) with the byte offset, and with the packet size that the input seems to have.
     std::span<uint8_t> read(std::span<uint8_t> buffer) override;
@@ -26,9 +29,6 @@ private:
     std::unique_ptr<ITsReader> m_Source;
     std::vector<uint8_t> m_Start; ///< what was read to examine the input
     std::size_t m_StartServed = 0;
-    uint64_t m_Offset = 0; ///< bytes let through
-    bool m_Lost = false;
-    uint8_t m_BadByte = 0;
 };
 
 } // namespace Osl::Ts::Streaming

@@ -1,0 +1,199 @@
+#include "zeb_fpga_shell/pktio/transmission.h"
+
+#include <osl/cpputils/error.h>
+#include <osl/cpputils/log.h>
+#include <osl/linutils/raii_filedescriptors.h>
+#include <osl/testing/failure_of.h>
+#include <osl/testing/fake_timing.h>
+#include <osl/testing/packet_maker.h>
+#include <osl/testing/temp_file.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <unistd.h>
+
+using namespace Osl;
+using namespace Osl::Utils;
+using Osl::Testing::failureOf;
+using Osl::Testing::Packet;
+using Osl::Testing::TempFile;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+namespace {
+
+constexpr uint64_t TICKS = 3000;
+
+/// A file of packets at a constant rate with a PCR in every fourth, and a folder for channel devices.
+class TransmissionTest : public testing::Test
+{
+protected:
+    TransmissionTest()
+    {
+        CppUtil::Log::setUp(CppUtil::Log::Level::WARNING);
+        std::filesystem::create_directory(m_Folder);
+    }
+    ~TransmissionTest() override { std::filesystem::remove_all(m_Folder); }
+
+    void makeFile(std::size_t packets, std::string_view tail = "")
+    {
+        std::ofstream file(m_Input.path(), std::ios::binary | std::ios::trunc);
+        for (std::size_t i = 0; i < packets; ++i) {
+            const Packet packet = i % 4 == 0 ? Packet().pcr(i * TICKS) : Packet();
+            file.write(reinterpret_cast<const char*>(packet.bytes.data()), 188);
+        }
+        file << tail;
+    }
+    SendResult send()
+    {
+        std::ostringstream progress;
+        const SendEnvironment environment{.stopped = [this] { return m_Stopped.load(); },
+                                          .timing = m_Timing.timing(),
+                                          .progress = progress,
+                                          .channelPrefix = m_Folder + "/tx",
+                                          .port = {m_Port.path().c_str(), 0x1000}};
+        testing::internal::CaptureStderr();
+        const SendResult result = transmit(m_Settings, environment);
+        m_Warnings = testing::internal::GetCapturedStderr();
+        m_Progress = progress.str();
+        return result;
+    }
+    std::size_t sentBytes() const { return std::filesystem::file_size(m_Folder + "/tx0"); }
+
+    TempFile m_Input;
+    TempFile m_Port{0x1000};
+    std::string m_Folder = m_Input.path() + ".dev";
+    SendSettings m_Settings{.file = m_Input.path(), .designatorMode = 0, .designator = 5, .bufferPackets = 10};
+    Testing::FakeTiming m_Timing;
+    std::atomic<bool> m_Stopped = false;
+    std::string m_Warnings, m_Progress;
+};
+
+/// The same with a regular file as the channel.
+class TransmissionToFileTest : public TransmissionTest
+{
+protected:
+    TransmissionToFileTest() { std::ofstream(m_Folder + "/tx0"); }
+};
+
+} // namespace
+
+TEST_F(TransmissionToFileTest, SendsEveryPacketInSegmentsAndSaysSo)
+{
+    makeFile(102);
+    const SendResult result = send();
+    EXPECT_EQ(result.failure, "");
+    EXPECT_EQ(result.summary, "Sent 102 packets, 19176 bytes, 26 segments, PCR PID 256 (0x0100), in 0.000 seconds at "
+                              "0.00 bit/s");
+    EXPECT_EQ(sentBytes(), 102 * 192 + 26 * 64U);
+    EXPECT_EQ(m_Warnings, "");
+}
+
+TEST_F(TransmissionToFileTest, LimitCutTailAndMissingPcr)
+{
+    makeFile(102, "cut");
+    EXPECT_EQ(send().failure, "");
+    EXPECT_THAT(m_Warnings, HasSubstr("last 3 bytes are no whole packet"));
+
+    m_Settings.packetLimit = 70;
+    EXPECT_THAT(send().summary, StartsWith("Sent 70 packets, 13160 bytes, 18 segments"));
+    EXPECT_EQ(m_Warnings, "");
+
+    m_Settings.loop = true;
+    m_Settings.packetLimit = 250;
+    EXPECT_THAT(send().summary, StartsWith("Sent 250 packets"));
+
+    std::ofstream(m_Input.path()) << std::string(reinterpret_cast<const char*>(Packet().bytes.data()), 188);
+    m_Settings.loop = false;
+    EXPECT_THAT(send().summary, StartsWith("Sent 1 packets, 188 bytes, 1 segments, no PCR PID"));
+    EXPECT_THAT(m_Warnings, HasSubstr("No PCR so far: the stream is sent at the default rate of 5.00 Mbit/s"));
+}
+
+TEST_F(TransmissionToFileTest, WhatCameBeforeAFailureIsSent)
+{
+    makeFile(102);
+    std::filesystem::resize_file(m_Input.path(), 100 * 188);
+    std::ofstream(m_Input.path(), std::ios::app) << std::string(10 * 188, 'x');
+    const SendResult result = send();
+    EXPECT_THAT(result.summary, StartsWith("Sent 100 packets"));
+    EXPECT_THAT(result.failure, StartsWith("Sync lost at byte 18800 of the input: 0x78 instead of 0x47"));
+}
+
+TEST_F(TransmissionToFileTest, RefusesWhatIsNoTransportStream)
+{
+    std::ofstream(m_Input.path()) << std::string(1000, 'x');
+    const SendResult result = send();
+    EXPECT_THAT(result.failure, HasSubstr("is no transport stream of 188-byte packets: byte 0 is 0x78"));
+    EXPECT_EQ(sentBytes(), 0U);
+    EXPECT_THAT(failureOf<CppUtil::FileSystemError>([&] {
+                    m_Settings.file = "/nowhere/x.ts";
+                    send();
+                }),
+                HasSubstr("Cannot open /nowhere/x.ts: No such file or directory (errno 2)"));
+    testing::internal::GetCapturedStderr();
+}
+
+TEST_F(TransmissionToFileTest, StopEndsTheSendBehindASegment)
+{
+    makeFile(102);
+    m_Settings.loop = true;
+    m_Settings.showProgress = true;
+    // The clock is asked for each segment's progress line: the user stops at the thirtieth.
+    Testing::FakeTiming& timing = m_Timing;
+    int asked = 0;
+    std::ostringstream progress;
+    const SendEnvironment environment{.stopped = [&] { return asked >= 30; },
+                                      .timing = {.now =
+                                                     [&] {
+                                                         ++asked;
+                                                         return timing.time += std::chrono::milliseconds(50);
+                                                     },
+                                                 .wait = timing.timing().wait},
+                                      .progress = progress,
+                                      .channelPrefix = m_Folder + "/tx",
+                                      .port = {m_Port.path().c_str(), 0x1000}};
+    const SendResult result = transmit(m_Settings, environment);
+    EXPECT_EQ(result.failure, "");
+    EXPECT_EQ(sentBytes() % 4, 0U);
+    EXPECT_GT(sentBytes(), 20 * (4 * 192 + 64U));
+    EXPECT_LT(sentBytes(), 31 * (4 * 192 + 64U));
+    EXPECT_THAT(progress.str(), StartsWith("\r\x1b[K"));
+    EXPECT_THAT(progress.str(), testing::EndsWith("\r\x1b[K"));
+}
+
+TEST_F(TransmissionTest, DeviceThatRefusesASegmentEndsTheSendWithErrno)
+{
+    makeFile(102);
+    std::filesystem::create_symlink("/dev/full", m_Folder + "/tx0");
+    const SendResult result = send();
+    EXPECT_THAT(result.summary, StartsWith("Sent 0 packets"));
+    EXPECT_THAT(result.failure, HasSubstr("did not take a segment of 4 packets: No space left on device (errno 28)"));
+}
+
+TEST_F(TransmissionTest, RegistersTakePacketByPacketWithTheDesignatorHeader)
+{
+    makeFile(3);
+    m_Settings.byRegisters = true;
+    m_Settings.designatorMode = 3;
+    m_Settings.designator = 9;
+    const auto registers = LinuxCppUtil::makeUniqueFD(m_Port.path(), O_RDWR);
+    const auto word = [&](off_t index, uint32_t value) { EXPECT_EQ(::pwrite(*registers, &value, 4, index * 4), 4); };
+    int waits = 0;
+    m_Timing.onWait = [&] { word(32, ++waits == 3); };
+    EXPECT_THAT(send().summary, StartsWith("Sent 3 packets, 564 bytes, packet by packet"));
+    EXPECT_EQ(waits, 3);
+    const std::string memory = m_Port.content();
+    EXPECT_EQ(memory.substr(0x90, 4), std::string("\x09\x00\x00\xC0", 4));
+    EXPECT_EQ(memory[0x200], 0x47);
+    EXPECT_EQ(memory[0x84], 1);
+
+    word(32, 0);
+    m_Timing.onWait = [this] { m_Stopped = true; };
+    EXPECT_EQ(send().failure, "") << "a stop while the port is never free";
+}
