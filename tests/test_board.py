@@ -32,7 +32,6 @@ def test_reset_state(board):
     assert io[1024:2048] == 256 * [0, 0, 0, 0x0000FFFF]  # IP OUT MAP
     assert io[2048:2560] == 256 * [0x00000000, 0x00FFFFFF]  # IP LUT
     assert set(io[:128] + io[192:256] + io[512:1024] + io[2560:]) == {0}
-    assert set(board.words(PKTIO)) == {0}
     assert board.words(SCM) == 1024 * [0] + 1024 * [0xFFFFFFFF] + 2048 * [0]  # PID LUT, both banks
     assert board.path("sys/class/zebscm/scm/barsize").read_text() == "16384\n"
     assert board.path("sys/class/net/sfp/mcnotlut_size").read_text() == "64\n"
@@ -42,6 +41,9 @@ def test_reset_state(board):
         assert board.path(f"{folder}/mon_size").read_text() == "32\n"
         assert board.words(f"{folder}/mon_pidtab") == 32 * [0x1FFF]
         assert board.words(f"{folder}/mon_pktcntrs") == board.words(f"{folder}/mon_errcntrs") == 32 * [0]
+    port = board.words(PKTIO)
+    assert port[32] == 1  # the port can take a packet
+    assert set(port[:32] + port[33:]) == {0}
 
 
 @pytest.mark.parametrize(
@@ -75,7 +77,8 @@ def test_kept_board_is_found_again(tmp_path):
     options = ["--dir", tmp_path / "new" / "kept"]
     assert run("zeb_fpga_shell", "write32", "-d", "tsio", "-v", "5", options=options).status == 0
     assert run("zeb_fpga_shell", "read32", "-d", "tsio", options=options).out == "0x00000000:  0x00000005 \n"
-    assert sorted(os.listdir(tmp_path / "new" / "kept" / "dev")) == sorted(SIZES)
+    streams = ["zebtsif_pktio_rx", *(f"zebtsif_pktio_tx{channel}" for channel in range(4))]
+    assert sorted(os.listdir(tmp_path / "new" / "kept" / "dev")) == sorted([*SIZES, *streams, "zebtsif_complaints"])
     relative = run("zeb_fpga_shell", "read32", "-d", "tsio", options=["--dir=kept"], cwd=tmp_path / "new")
     assert relative.out == "0x00000000:  0x00000005 \n"
 

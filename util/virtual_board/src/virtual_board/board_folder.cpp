@@ -8,6 +8,7 @@
 #include <cstring>
 #include <fstream>
 #include <span>
+#include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
 
@@ -15,6 +16,9 @@ namespace Osl::VirtualBoard {
 namespace fs = std::filesystem;
 
 namespace {
+
+constexpr mode_t DEVICE_MODE = 0644;
+constexpr const char* COUNTER_RESET = "0\n";
 
 void makeFolder(const fs::path& folder)
 {
@@ -63,6 +67,33 @@ void makeFresh(const fs::path& file, std::span<const char> content)
                                           std::strerror(writeError != 0 ? writeError : linkError)));
 }
 
+/// A pipe stands for a stream device. What is there already may be anything: a plain file in a channel's place takes
+/// down every transfer.
+void makeStream(const fs::path& file)
+{
+    if (::mkfifo(file.c_str(), DEVICE_MODE) != 0 && errno != EEXIST)
+        OSL_RAISE(BoardError, fmt::format("Cannot make {}: {}", file.string(), std::strerror(errno)));
+}
+
+void makeText(const fs::path& file, const char* text)
+{
+    makeFolder(file.parent_path());
+    if (!fs::exists(file) && !(std::ofstream(file) << text).flush())
+        OSL_RAISE(BoardError, fmt::format("Cannot make {}: {}", file.string(), std::strerror(errno)));
+}
+
+void makePacketPort(const fs::path& root)
+{
+    const auto place = [&root](const std::string& path) { return root / fs::path(path).relative_path(); };
+    makeStream(place(Drivers::Zeb::PKTIO_RX_PATH));
+    makeText(place(Drivers::Zeb::PKTIO_RX_BYTES_PATH), COUNTER_RESET);
+    for (unsigned channel = 0; channel < Drivers::Zeb::PKTIO_TX_CHANNELS; ++channel) {
+        makeStream(place(Drivers::Zeb::PKTIO_TX_PATH + std::to_string(channel)));
+        makeText(place(fmt::format(fmt::runtime(Drivers::Zeb::PKTIO_TX_BYTES_PATH), channel)), COUNTER_RESET);
+    }
+    makeText(place(COMPLAINTS_PATH), "");
+}
+
 } // namespace
 
 void makeBoard(const fs::path& root)
@@ -86,6 +117,7 @@ void makeBoard(const fs::path& root)
         else
             makeFresh(file, attribute.content);
     }
+    makePacketPort(root);
 }
 
 } // namespace Osl::VirtualBoard

@@ -11,6 +11,9 @@ struct BoardError : CppUtil::PrefixedError<"Virtual board Error: ">
     using PrefixedError::PrefixedError;
 };
 
+/// Where the board notes, a line each, what real hardware would choke on; empty while it is content.
+inline constexpr const char* COMPLAINTS_PATH = "/dev/zebtsif_complaints";
+
 /// Makes of `root` the folder of a board: below it lies one file for each device and attribute, at the path that the
 /// thing itself has on a real board ("dev/zebtsif_pidlut"). What is there already keeps its state, what is missing is
 /// made as after a reset; a file appears only with its whole content. Raises BoardError, naming the file, when

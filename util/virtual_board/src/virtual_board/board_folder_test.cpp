@@ -54,11 +54,16 @@ TEST_F(BoardFolderTest, MakesTheDevicesInTheirResetStateAndNothingElse)
         EXPECT_EQ(fs::file_size(file(device)), device.mapSize) << device.path;
         EXPECT_EQ(words(file(device)), VirtualBoard::resetState(memory)) << device.path;
     }
-    EXPECT_EQ(std::distance(fs::directory_iterator(m_Root / "dev"), {}), std::ssize(VirtualBoard::MEMORY_DEVICES));
+    for (const char* stream : {"rx", "tx0", "tx1", "tx2", "tx3"}) {
+        EXPECT_TRUE(fs::is_fifo(m_Root / "dev" / (std::string("zebtsif_pktio_") + stream))) << stream;
+        EXPECT_TRUE(fs::exists(m_Root / "sys/class/zebtsif" / (std::string("zebtsif_pktio_") + stream))) << stream;
+    }
+    EXPECT_TRUE(fs::is_empty(m_Root / "dev/zebtsif_complaints"));
+    EXPECT_EQ(std::distance(fs::directory_iterator(m_Root / "dev"), {}), std::ssize(VirtualBoard::MEMORY_DEVICES) + 6);
     std::size_t attributes = 0;
     for (const fs::directory_entry& entry : fs::recursive_directory_iterator(m_Root / "sys/class"))
         attributes += entry.is_regular_file();
-    EXPECT_EQ(attributes, VirtualBoard::attributeFiles().size());
+    EXPECT_EQ(attributes, VirtualBoard::attributeFiles().size() + 5); // and the byte counters
 }
 
 TEST_F(BoardFolderTest, KeepsWhatIsThereAndMakesWhatIsMissing)

@@ -1,6 +1,7 @@
 #include "virtual_board/program.h"
 
 #include "virtual_board/board_folder.h"
+#include "virtual_board/live_board.h"
 
 #include <cerrno>
 #include <csignal>
@@ -8,6 +9,7 @@
 #include <exception>
 #include <iostream>
 #include <string_view>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace Osl::VirtualBoard {
@@ -21,7 +23,7 @@ constexpr std::string_view USAGE =
     "Then runs COMMAND, which is to find them at /dev/... and /sys/class/...:\n"
     "scripts/board arranges that.\n";
 
-int becomeCommand(char** argv)
+[[noreturn]] void becomeCommand(char** argv)
 {
     // The launcher ignores these for itself, so that Ctrl-C reaches the command alone.
     std::signal(SIGINT, SIG_DFL);
@@ -29,7 +31,25 @@ int becomeCommand(char** argv)
     ::execvp(argv[0], argv);
     const int reason = errno;
     std::cerr << "zeb_virtual_board: cannot run " << argv[0] << ": " << std::strerror(reason) << std::endl;
-    return reason == ENOENT ? EXIT_NOT_FOUND : EXIT_CANNOT_RUN;
+    ::_exit(reason == ENOENT ? EXIT_NOT_FOUND : EXIT_CANNOT_RUN);
+}
+
+/// Runs the command with the board at work behind it; ends with the command and its status.
+int runOnBoard(const char* folder, char** command)
+{
+    constexpr int SIGNAL_STATUS = 128; // plus the signal's number
+    LiveBoard board(folder);
+    const pid_t child = ::fork();
+    if (child < 0)
+        OSL_RAISE(BoardError, std::string("Cannot start a process: ") + std::strerror(errno));
+    if (child == 0)
+        becomeCommand(command);
+    // Ctrl-C ends the command, and the board only with it.
+    std::signal(SIGINT, SIG_IGN);
+    std::signal(SIGQUIT, SIG_IGN);
+    int status = 0;
+    board.run([child, &status] { return ::waitpid(child, &status, WNOHANG) == child; });
+    return WIFSIGNALED(status) ? SIGNAL_STATUS + WTERMSIG(status) : WEXITSTATUS(status);
 }
 
 } // namespace
@@ -47,11 +67,11 @@ int runProgram(int argc, char** argv)
     }
     try {
         makeBoard(folder);
+        return argc > 2 ? runOnBoard(argv[1], argv + 2) : 0;
     } catch (const std::exception& error) {
         std::cerr << "zeb_virtual_board: " << error.what() << std::endl;
         return EXIT_NO_BOARD;
     }
-    return argc > 2 ? becomeCommand(argv + 2) : 0;
 }
 
 } // namespace Osl::VirtualBoard

@@ -30,11 +30,11 @@ protected:
 
 } // namespace
 
-TEST_F(VirtualBoardProgramTest, BecomesTheCommand)
+TEST_F(VirtualBoardProgramTest, EndsAsTheCommandDoes)
 {
     EXPECT_EXIT(std::exit(run({m_Folder, "sh", "-c", "exit 3"})), testing::ExitedWithCode(3), "");
     std::signal(SIGINT, SIG_IGN);
-    EXPECT_EXIT(std::exit(run({m_Folder, "sh", "-c", "kill -INT $$"})), testing::KilledBySignal(SIGINT), "");
+    EXPECT_EXIT(std::exit(run({m_Folder, "sh", "-c", "kill -INT $$"})), testing::ExitedWithCode(128 + SIGINT), "");
     std::signal(SIGINT, SIG_DFL);
 }
 

@@ -1,0 +1,82 @@
+#include "virtual_board/packet_port.h"
+
+#include <osl/ts_basics/ll_tspackets.h>
+
+#include <cstring>
+#include <unistd.h>
+#include <utility>
+
+namespace Osl::VirtualBoard {
+
+namespace PktIoReg = Drivers::Zeb::PktIoReg;
+
+namespace {
+
+constexpr uint32_t RELEASE_BIT = 1;
+constexpr unsigned TSI_SHIFT = 24; ///< of the header word
+
+} // namespace
+
+PacketPort::PacketPort(volatile uint32_t* registers, LinuxCppUtil::UniqueFD stream)
+    : m_Registers(registers),
+      m_Stream(std::move(stream))
+{
+    m_Registers[PktIoReg::TX_STATUS] = 1;
+}
+
+void PacketPort::present()
+{
+    const Record& record = m_Waiting.front();
+    m_Registers[PktIoReg::RX_HEADER] = record[0];
+    for (uint32_t i = 0; i < PktIoReg::TS_WORDS; ++i)
+        m_Registers[PktIoReg::RX_DATA + i] = record[1 + i];
+    m_Registers[PktIoReg::RX_STATUS] = 1;
+    m_Waiting.pop_front();
+}
+
+void PacketPort::deliver(uint8_t tsi, const uint8_t* packet)
+{
+    Record record{uint32_t{tsi} << TSI_SHIFT};
+    std::memcpy(&record[1], packet, Ts::TS_SIZE);
+    if (m_Waiting.size() < REGISTER_QUEUE)
+        m_Waiting.push_back(record);
+    if (!m_Stream)
+        return;
+    // Small enough for a pipe to take whole or not at all.
+    if (::write(*m_Stream, record.data(), sizeof record) == ssize_t{sizeof record})
+        m_StreamBytes += sizeof record;
+    else
+        ++m_Lost;
+}
+
+bool PacketPort::serve(const std::function<void(const Record&)>& send)
+{
+    bool busy = false;
+    if ((m_Registers[PktIoReg::RX_CONTROL] & RELEASE_BIT) != 0) {
+        m_Registers[PktIoReg::RX_STATUS] = 0;
+        m_Registers[PktIoReg::RX_CONTROL] = m_Registers[PktIoReg::RX_CONTROL] & ~RELEASE_BIT;
+        busy = true;
+    }
+    if (m_Registers[PktIoReg::RX_STATUS] == 0 && !m_Waiting.empty()) {
+        present();
+        busy = true;
+    }
+    if (m_Registers[PktIoReg::TX_CONTROL] != 0) {
+        m_Registers[PktIoReg::TX_STATUS] = 0;
+        Record record{m_Registers[PktIoReg::TX_HEADER]};
+        for (uint32_t i = 0; i < PktIoReg::TS_WORDS; ++i)
+            record[1 + i] = m_Registers[PktIoReg::TX_DATA + i];
+        m_Registers[PktIoReg::TX_CONTROL] = 0;
+        send(record);
+        busy = true;
+    }
+    if (m_Registers[PktIoReg::TX_STATUS] == 0)
+        m_Registers[PktIoReg::TX_STATUS] = 1;
+    if (m_Registers[PktIoReg::RESET] != 0) {
+        m_Waiting.clear();
+        m_Registers[PktIoReg::RX_STATUS] = 0;
+    }
+    return busy;
+}
+
+} // namespace Osl::VirtualBoard

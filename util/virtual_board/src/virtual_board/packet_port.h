@@ -1,0 +1,45 @@
+#pragma once
+
+#include <osl/linutils/raii_filedescriptors.h>
+#include <osl/userspace_drivers/drivers/zeb/ts/packetiodriver.h>
+
+#include <array>
+#include <cstdint>
+#include <deque>
+#include <functional>
+
+namespace Osl::VirtualBoard {
+
+/// The packet port's FPGA side: hands packets to the processor, through the stream device and through the registers
+/// both, and takes packets from its registers.
+class PacketPort
+{
+public:
+    using Record = std::array<uint32_t, Drivers::Zeb::PktIODriver::TOTAL_PKT_SIZE / sizeof(uint32_t)>;
+    static constexpr std::size_t REGISTER_QUEUE = 256; ///< packets that wait for the registers; newer ones are lost
+
+    /// `registers` are the port's words and must outlive it. `stream` is the stream device's other end, which must not
+    /// block; empty when nothing serves that.
+    PacketPort(volatile uint32_t* registers, LinuxCppUtil::UniqueFD stream);
+
+    /// Hands over the 188 bytes at `packet`. What the processor does not take in time is lost.
+    void deliver(uint8_t tsi, const uint8_t* packet);
+
+    /// Does what the registers ask for: releases a packet that was taken, sends one that was loaded. Answers whether
+    /// there was anything to do.
+    bool serve(const std::function<void(const Record&)>& send);
+
+    uint64_t streamBytes() const { return m_StreamBytes; } ///< handed over through the stream device
+    uint64_t lost() const { return m_Lost; }               ///< packets that found the stream device full
+
+private:
+    void present();
+
+    volatile uint32_t* m_Registers;
+    LinuxCppUtil::UniqueFD m_Stream;
+    std::deque<Record> m_Waiting;
+    uint64_t m_StreamBytes = 0;
+    uint64_t m_Lost = 0;
+};
+
+} // namespace Osl::VirtualBoard

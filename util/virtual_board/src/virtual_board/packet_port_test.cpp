@@ -1,0 +1,93 @@
+#include "virtual_board/packet_port.h"
+
+#include <osl/testing/packet_maker.h>
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <unistd.h>
+#include <vector>
+
+using namespace Osl;
+using namespace Osl::VirtualBoard;
+using Osl::Testing::Packet;
+
+namespace {
+
+/// The port's registers, literally, and both ends of its stream.
+class PacketPortTest : public testing::Test
+{
+protected:
+    PacketPortTest()
+    {
+        std::array<int, 2> ends{};
+        EXPECT_EQ(::pipe2(ends.data(), O_NONBLOCK), 0);
+        m_Stream = LinuxCppUtil::ownFD(ends[0]);
+        m_Port = std::make_unique<PacketPort>(m_Words.data(), LinuxCppUtil::ownFD(ends[1]));
+    }
+    void serve()
+    {
+        m_Port->serve([this](const PacketPort::Record& record) { m_Sent.push_back(record); });
+    }
+    void deliver(uint8_t mark) { m_Port->deliver(7, Packet().mark(mark).bytes.data()); }
+
+    std::vector<uint32_t> m_Words = std::vector<uint32_t>(1024);
+    LinuxCppUtil::UniqueFD m_Stream;
+    std::unique_ptr<PacketPort> m_Port;
+    std::vector<PacketPort::Record> m_Sent;
+};
+
+} // namespace
+
+TEST_F(PacketPortTest, RegistersShowOnePacketUntilItIsReleased)
+{
+    deliver(1);
+    deliver(2);
+    serve();
+    EXPECT_EQ(m_Words[16], 1U);
+    EXPECT_EQ(m_Words[20], 0x07000000U);
+    EXPECT_EQ(m_Words[64], 0x10000147U);
+    EXPECT_EQ(m_Words[110] >> 24, 1U);
+    serve();
+    EXPECT_EQ(m_Words[110] >> 24, 1U);
+    m_Words[17] = 0x31;
+    serve();
+    EXPECT_EQ(m_Words[17], 0x30U);
+    EXPECT_EQ(m_Words[16], 1U);
+    EXPECT_EQ(m_Words[110] >> 24, 2U);
+    m_Words[17] = 1;
+    serve();
+    EXPECT_EQ(m_Words[16], 0U);
+}
+
+TEST_F(PacketPortTest, StreamHasWholeRecordsAndLosesWhatNobodyReads)
+{
+    deliver(1);
+    std::array<uint8_t, 1000> bytes{};
+    ASSERT_EQ(::read(*m_Stream, bytes.data(), bytes.size()), 192);
+    EXPECT_EQ(bytes[3], 7);
+    EXPECT_EQ(bytes[4], 0x47);
+    for (int i = 0; i < 1000; ++i)
+        deliver(2);
+    EXPECT_GT(m_Port->lost(), 0U);
+    EXPECT_EQ(m_Port->streamBytes() + m_Port->lost() * 192, 1001 * 192U);
+    EXPECT_EQ(m_Port->streamBytes() % 192, 0U);
+}
+
+TEST_F(PacketPortTest, SendsWhatWasLoadedOnce)
+{
+    EXPECT_EQ(m_Words[32], 1U);
+    m_Words[36] = 0xC0000005;
+    m_Words[128] = 0x47;
+    m_Words[174] = 9;
+    serve();
+    EXPECT_TRUE(m_Sent.empty());
+    m_Words[33] = 1;
+    serve();
+    serve();
+    ASSERT_EQ(m_Sent.size(), 1U);
+    EXPECT_EQ(m_Sent[0][0], 0xC0000005U);
+    EXPECT_EQ(m_Sent[0][1], 0x47U);
+    EXPECT_EQ(m_Sent[0][47], 9U);
+    EXPECT_EQ(m_Words[32], 1U);
+}
