@@ -108,7 +108,7 @@ void PcrSegmentingWriter::finish()
     if (m_Pending.empty())
         return;
     const std::size_t packets = m_Pending.size() / TS_SIZE;
-    if (!m_LastDuration) {
+    if (!m_HaveLastPcr || !m_LastDuration) {
         sendPending(defaultDuration(m_Pending.size()));
         return;
     }

@@ -121,7 +121,7 @@ TEST_F(PcrSegmentingWriterTest, MemoryStaysBoundedWithoutPcr)
 {
     for (int i = 0; i < 10; ++i)
         write(std::vector<Packet>(1000, PLAIN));
-    m_Writer->finish();
+    m_Writer->finish(); // a shorter one than those before, at the same rate
     std::size_t sent = 0;
     for (const Segment& segment : m_Hw.m_Segments) {
         sent += segment.packets;

@@ -49,6 +49,16 @@ void PacketPort::deliver(uint8_t tsi, const uint8_t* packet)
         ++m_Lost;
 }
 
+/// Forgets every packet that nobody has taken yet.
+void PacketPort::reset()
+{
+    m_Waiting.clear();
+    m_Registers[PktIoReg::RX_STATUS] = 0;
+    Record record{};
+    while (m_Stream && ::read(*m_Stream, record.data(), sizeof record) > 0)
+        continue;
+}
+
 bool PacketPort::serve(const std::function<void(const Record&)>& send)
 {
     bool busy = false;
@@ -72,10 +82,8 @@ bool PacketPort::serve(const std::function<void(const Record&)>& send)
     }
     if (m_Registers[PktIoReg::TX_STATUS] == 0)
         m_Registers[PktIoReg::TX_STATUS] = 1;
-    if (m_Registers[PktIoReg::RESET] != 0) {
-        m_Waiting.clear();
-        m_Registers[PktIoReg::RX_STATUS] = 0;
-    }
+    if (m_Registers[PktIoReg::RESET] != 0)
+        reset();
     return busy;
 }
 

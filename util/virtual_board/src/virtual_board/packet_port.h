@@ -18,15 +18,15 @@ public:
     using Record = std::array<uint32_t, Drivers::Zeb::PktIODriver::TOTAL_PKT_SIZE / sizeof(uint32_t)>;
     static constexpr std::size_t REGISTER_QUEUE = 256; ///< packets that wait for the registers; newer ones are lost
 
-    /// `registers` are the port's words and must outlive it. `stream` is the stream device's other end, which must not
-    /// block; empty when nothing serves that.
+    /// `registers` are the port's words and must outlive it. `stream` is the stream device's other end, open for both
+    /// directions, which must not block; empty when nothing serves that.
     PacketPort(volatile uint32_t* registers, LinuxCppUtil::UniqueFD stream);
 
     /// Hands over the 188 bytes at `packet`. What the processor does not take in time is lost.
     void deliver(uint8_t tsi, const uint8_t* packet);
 
-    /// Does what the registers ask for: releases a packet that was taken, sends one that was loaded. Answers whether
-    /// there was anything to do.
+    /// Does what the registers ask for: releases a packet that was taken, sends one that was loaded, resets. Answers
+    /// whether there was anything to do.
     bool serve(const std::function<void(const Record&)>& send);
 
     uint64_t streamBytes() const { return m_StreamBytes; } ///< handed over through the stream device
@@ -34,6 +34,7 @@ public:
 
 private:
     void present();
+    void reset();
 
     volatile uint32_t* m_Registers;
     LinuxCppUtil::UniqueFD m_Stream;

@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
+#include <string>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
 
@@ -20,10 +22,11 @@ class PacketPortTest : public testing::Test
 protected:
     PacketPortTest()
     {
-        std::array<int, 2> ends{};
-        EXPECT_EQ(::pipe2(ends.data(), O_NONBLOCK), 0);
-        m_Stream = LinuxCppUtil::ownFD(ends[0]);
-        m_Port = std::make_unique<PacketPort>(m_Words.data(), LinuxCppUtil::ownFD(ends[1]));
+        const std::string pipe = testing::TempDir() + "packet_port." + std::to_string(::getpid());
+        EXPECT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+        m_Stream = LinuxCppUtil::makeUniqueFD(pipe, O_RDWR | O_NONBLOCK);
+        m_Port = std::make_unique<PacketPort>(m_Words.data(), LinuxCppUtil::makeUniqueFD(pipe, O_RDWR | O_NONBLOCK));
+        ::unlink(pipe.c_str());
     }
     void serve()
     {
@@ -90,4 +93,18 @@ TEST_F(PacketPortTest, SendsWhatWasLoadedOnce)
     EXPECT_EQ(m_Sent[0][1], 0x47U);
     EXPECT_EQ(m_Sent[0][47], 9U);
     EXPECT_EQ(m_Words[32], 1U);
+}
+
+TEST_F(PacketPortTest, ResetForgetsWhatNobodyTook)
+{
+    deliver(1);
+    deliver(2);
+    serve();
+    m_Words[258] = 1;
+    serve();
+    m_Words[258] = 0;
+    serve();
+    EXPECT_EQ(m_Words[16], 0U);
+    std::array<uint8_t, 192> bytes{};
+    EXPECT_EQ(::read(*m_Stream, bytes.data(), bytes.size()), -1);
 }

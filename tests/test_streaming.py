@@ -1,0 +1,301 @@
+"""Sending and capturing real streams on virtual boards. A plain file in a channel's place takes down what is sent."""
+
+import os
+import re
+import signal
+import subprocess
+import time
+
+import pytest
+
+from harness import ts
+from harness.board import LAUNCHER, PIDLUT, TIMEOUT, TOOL, environment, run_bare, without_places
+
+NULL_PID = 0x1FFF
+
+
+@pytest.fixture(scope="session")
+def streams(tmp_path_factory):
+    """Makes streams by name, each once."""
+    folder = tmp_path_factory.mktemp("streams")
+    kinds = {
+        "plain": {},
+        "fast": {"mux_rate": "40M", "video": "libx264", "extra": ("-preset", "ultrafast")},
+        "programmes": {"programs": 2, "mux_rate": "6M"},
+        "wrap": {"offset": 2**33 / 90000 - 2},  # PCR, PTS and DTS pass 2^33 after two seconds
+    }
+
+    def stream(name):
+        path = folder / f"{name}.ts"
+        if not path.exists():
+            ts.make(path, **kinds[name])
+        return path
+
+    return stream
+
+
+class Recorder:
+    """A board whose channel 0 is a plain file."""
+
+    def __init__(self, folder):
+        self.folder = folder
+        (folder / "dev").mkdir(parents=True)
+        self.channel = folder / "dev" / "zebtsif_pktio_tx0"
+        self.channel.touch()
+
+    def send(self, *args, **further):
+        return run_bare(LAUNCHER, "run", "--dir", self.folder, "--", TOOL, "wrtspackets", *args, **further)
+
+    def segments(self):
+        return ts.segments_of(self.channel.read_bytes())
+
+    def packets(self):
+        return [packet for segment in self.segments() for packet in segment.packets]
+
+
+@pytest.fixture
+def recorder(tmp_path):
+    return Recorder(tmp_path / "board")
+
+
+@pytest.mark.parametrize("name", ["plain", "fast", "programmes", "wrap"])
+def test_transfers_carry_every_packet_in_segments_of_one_pcr_interval(streams, recorder, name):
+    stream = streams(name)
+    packets = ts.packets_of(stream.read_bytes())
+    result = recorder.send("-f", stream, "-i", 5)
+    assert (result.status, result.err) == (0, "")
+    assert result.out.startswith(f"Sent {len(packets)} packets, {len(packets) * ts.TS} bytes, ")
+
+    pcr_pid = next(packet.pid for packet in packets if packet.pcr is not None)
+    segments = recorder.segments()
+    assert [packet for segment in segments for packet in segment.packets] == packets
+    for segment, following in zip(segments, segments[1:]):
+        begins = [packet.pid == pcr_pid and packet.pcr is not None for packet in segment.packets]
+        first, after = segment.packets[0].pcr, following.packets[0].pcr
+        assert (begins[0] or segment is segments[0]) and not any(begins[1:])
+        duration = (after - first) % 2**32 if begins[0] else len(segment.packets) * 8122
+        assert segment.spacing * len(segment.packets) + segment.remainder == duration
+        assert 0 < segment.spacing and segment.remainder < len(segment.packets)
+    for segment in segments:
+        assert segment.headers[:-1] == [5] * (len(segment.packets) - 1)
+        assert segment.headers[-1] == 0x01000005
+
+
+def counters_are_continuous(packets):
+    last = {}
+    for packet in packets:
+        if packet.pid == NULL_PID:
+            continue
+        expected = (last.get(packet.pid, packet.continuity - packet.has_payload) + packet.has_payload) % 16
+        if packet.continuity != expected:
+            return False
+        last[packet.pid] = packet.continuity
+    return True
+
+
+@pytest.mark.parametrize("name", ["plain", "programmes", "wrap"])
+def test_loop_has_no_seam(streams, recorder, tmp_path, name):
+    data = streams(name).read_bytes()
+    source = tmp_path / "cut.ts"
+    source.write_bytes(data + data[:100])  # and a cut tail
+    count = len(data) // ts.TS
+    result = recorder.send("-f", source, "-o", 7, "-l", "-n", 3 * count)
+    assert result.status == 0
+    assert "The input's last 100 bytes are no whole packet" in result.err
+
+    sent = recorder.packets()
+    assert len(sent) == 3 * count
+    assert counters_are_continuous(sent)
+    original = ts.packets_of(data)
+    pcrs = [(index, packet.pcr) for index, packet in enumerate(original) if packet.pcr is not None]
+    first_pid = original[pcrs[0][0]].pid
+    pcrs = [(index, pcr) for index, pcr in pcrs if original[index].pid == first_pid]
+    span = (pcrs[-1][1] - pcrs[0][1]) % ts.PCR_RANGE
+    length = round(span * count / (pcrs[-1][0] - pcrs[0][0]))
+    for index, packet in enumerate(sent):
+        source_packet, offset = original[index % count], index // count * length
+        if source_packet.pcr is not None:
+            assert packet.pcr == (source_packet.pcr + offset) % ts.PCR_RANGE, index
+        shifted = [(stamp + (offset + 150) // 300) % 2**33 for stamp in source_packet.stamps]
+        assert packet.stamps == shifted, index
+    # The segment over the seam is timed like all others.
+    rates = {round(segment.spacing / 50) for segment in recorder.segments()[1:-1]}
+    assert max(rates) - min(rates) <= 1
+
+    looped = tmp_path / "looped.ts"
+    looped.write_bytes(b"".join(packet.data for packet in sent))
+    probe = ["ffprobe", "-v", "warning", "-select_streams", "v:0", "-show_entries", "packet=dts_time", "-of", "csv=p=0"]
+    done = subprocess.run([*probe, str(looped)], capture_output=True, text=True, check=True)
+    assert done.stderr == ""
+    times = [float(line.split(",")[0]) for line in done.stdout.split() if not line.startswith("N/A")]
+    steps = [after - before for before, after in zip(times, times[1:])]
+    assert len(times) == 300 and max(steps) < 0.2 and min(steps) > 0
+
+
+def test_stream_without_pcr_goes_at_the_default_rate(streams, recorder, tmp_path):
+    data = bytearray(streams("plain").read_bytes())
+    for at in range(0, len(data), ts.TS):
+        if data[at + 3] & 0x20 and data[at + 4]:
+            data[at + 5] &= ~0x10
+    source = tmp_path / "no_pcr.ts"
+    source.write_bytes(data)
+    result = recorder.send("-f", source, "-P", 9)
+    assert result.status == 0
+    assert "No PCR so far: the stream is sent at the default rate of 5.00 Mbit/s" in result.err
+    assert "no PCR PID" in result.out
+    assert {(segment.spacing, segment.remainder) for segment in recorder.segments()} == {(8122, 0)}
+    assert b"".join(packet.data for packet in recorder.packets()) == data
+
+
+def test_standard_input_and_fixed_counters(streams, recorder, tmp_path):
+    data = streams("plain").read_bytes()
+    packets = [packet for index, packet in enumerate(ts.packets_of(data)) if index % 7]
+    broken = tmp_path / "broken.ts"
+    broken.write_bytes(b"".join(packet.data for packet in packets))
+    assert not counters_are_continuous(packets)
+    script = f"cat {broken} | {TOOL} wrtspackets -i 5 -F"
+    assert run_bare(LAUNCHER, "run", "--dir", recorder.folder, "--", "bash", "-c", script).status == 0
+    sent = recorder.packets()
+    assert counters_are_continuous(sent) and len(sent) == len(packets)
+
+
+@pytest.mark.parametrize(
+    "arguments, message",
+    [
+        (["-f", "{ts}"], "Exactly one of --tsi, --pididx and --tso says where the packets go; 0 were given"),
+        (["-f", "{ts}", "-i", "1", "-o", "1"], "2 were given"),
+        (["-f", "{ts}", "-i", "256"], "Invalid TS TX DMA mode 0 or invalid TSI,PIDIDX,TSO value 256"),
+        (["-f", "{ts}", "-P", "0"], "Invalid TS TX DMA mode 1 or invalid TSI,PIDIDX,TSO value 0"),
+        (["-f", "{ts}", "-P", "4096"], "Invalid TS TX DMA mode 1 or invalid TSI,PIDIDX,TSO value 4096"),
+        (["-f", "{ts}", "-o", "256"], "Invalid TS TX DMA mode 3 or invalid TSI,PIDIDX,TSO value 256"),
+        (["-f", "{ts}", "-i", "1", "-C", "4"], "Invalid TS TX DMA channel number 4"),
+        (["-f", "{tmp}/text", "-i", "1"], "is no transport stream of 188-byte packets: byte 0 is 0x74"),
+        (["-f", "{tmp}/192", "-i", "1"], "It looks like packets of 192 bytes"),
+        (["-f", "{tmp}/204", "-i", "1"], "It looks like packets of 204 bytes"),
+        (["-f", "{tmp}/empty", "-i", "1"], "holds 0 bytes, not even one TS packet"),
+        (["-f", "{tmp}", "-i", "1"], "is a folder, not a file of TS packets"),
+        (["-f", "{tmp}/none", "-i", "1"], "No such file or directory (errno 2)"),
+        (["-f", "{tmp}/slow", "-i", "1"], "PCR based packet spacing too high. TS Stream rater either to low or not CBR"),
+        (["-l", "-i", "1"], "Standard input cannot be sent in a loop"),
+        (["-i", "1"], "The input holds no packet"),
+        (["-f", "{tmp}/lost", "-i", "1"], "Sync lost at byte 188000 of the input: 0x00 instead of 0x47"),
+    ],
+    ids=lambda value: " ".join(value) if isinstance(value, list) else "",
+)
+def test_bad_input(streams, recorder, tmp_path, arguments, message):
+    data = streams("plain").read_bytes()
+    packets = ts.packets_of(data)[:3000]
+    (tmp_path / "text").write_text("text\n" * 1000)
+    (tmp_path / "192").write_bytes(b"".join(bytes(4) + packet.data for packet in packets))
+    (tmp_path / "204").write_bytes(b"".join(packet.data + bytes(16) for packet in packets))
+    (tmp_path / "empty").touch()
+    with_pcr = [packet.data for packet in packets if packet.pcr is not None]
+    (tmp_path / "slow").write_bytes(with_pcr[0] + with_pcr[-1] + with_pcr[-1])
+    (tmp_path / "lost").write_bytes(data[: 1000 * ts.TS] + bytes(ts.TS) + data)
+    words = [word.format(ts=streams("plain"), tmp=tmp_path) for word in arguments]
+    script = 'cat /dev/null | "$0" wrtspackets "$@"'
+    result = run_bare(LAUNCHER, "run", "--dir", recorder.folder, "--", "bash", "-c", script, TOOL, *words)
+    assert result.status == 255
+    assert message in without_places(result.err)
+    assert result.err.count("Encountered an error: ") == 1
+    sent = b"".join(packet.data for packet in recorder.packets())
+    assert sent == (data[: 1000 * ts.TS] if "Sync lost" in message else b"")
+
+
+def test_ctrl_c_ends_a_send_with_whole_segments_and_the_summary(streams, recorder):
+    command = [LAUNCHER, "run", "--dir", recorder.folder, "--", TOOL, "wrtspackets", "-l", "-i", "3"]
+    sender = subprocess.Popen(
+        [*map(str, command), "-f", str(streams("plain"))],
+        stdout=subprocess.PIPE,
+        stderr=subprocess.PIPE,
+        text=True,
+        env=environment(),
+        start_new_session=True,
+    )
+    deadline = time.monotonic() + TIMEOUT
+    while recorder.channel.stat().st_size < 1_000_000 and time.monotonic() < deadline:
+        time.sleep(0.01)
+    os.killpg(sender.pid, signal.SIGINT)
+    out, err = sender.communicate(timeout=TIMEOUT)
+    assert (sender.returncode, err) == (0, "")
+    packets = int(re.match(r"Sent (\d+) packets, ", out)[1])
+    assert sum(len(segment.packets) for segment in recorder.segments()) == packets
+
+
+def reset_packet_port(board):
+    """Forgets the packets that earlier tests left behind, once the last of them has left its channel."""
+    counters = None
+    while counters != (counters := board.words(PIDLUT, 1024, 512)):
+        time.sleep(0.1)
+    board.sh("zeb_fpga_shell write32 -d pktio -o 258 -v 1; sleep 0.05; zeb_fpga_shell write32 -d pktio -o 258 -v 0")
+
+
+def route_to_cpu(board, *keys):
+    """Rows of the active PID LUT that send (TSI, PID) pairs to the processor."""
+    for row, (tsi, pid) in enumerate(sorted(keys)):
+        board.poke(PIDLUT, 8192 + 2 * row, tsi << 13 | pid, 0xFF002000)
+
+
+def test_what_is_sent_as_input_comes_back(board, streams, tmp_path):
+    route_to_cpu(board, (5, 0x100), (5, 0x101))
+    reset_packet_port(board)
+    captured = tmp_path / "captured.ts"
+    result = board.sh(
+        f"zeb_fpga_shell wrtspackets -q -i 5 -f {streams('plain')} -n 3000 >/dev/null & "
+        f"zeb_fpga_shell rdtspackets -c 400 -p 0x100 -s -T 5000 -f {captured}; status=$?; wait; exit $status"
+    )
+    assert (result.status, result.err) == (0, "")
+    source = [packet for packet in ts.packets_of(streams("plain").read_bytes()) if packet.pid == 0x100]
+    assert ts.packets_of(captured.read_bytes()) == source[:400]
+    assert re.match(r"TSI 5 PID 0x0100 \(256\): 400 packets, .*bit/s, 0 continuity errors, 0 transport", result.out)
+    assert board.path("zebtsif_complaints").read_text() == ""
+
+
+def test_registers_show_what_is_sent_as_input(board, streams, tmp_path):
+    route_to_cpu(board, (5, 0x100))
+    reset_packet_port(board)
+    captured = tmp_path / "captured.ts"
+    result = board.sh(
+        f"zeb_fpga_shell wrtspackets -q -i 5 -f {streams('plain')} -n 3000 >/dev/null & "
+        f"zeb_fpga_shell rdtspackets -R -c 20 -T 5000 -f {captured}; status=$?; wait; exit $status"
+    )
+    assert (result.status, result.err) == (0, "")
+    source = [packet for packet in ts.packets_of(streams("plain").read_bytes()) if packet.pid == 0x100]
+    # Until the board has seen that a packet was released, a fast reader gets it again.
+    seen = [source.index(packet) for packet in ts.packets_of(captured.read_bytes())]
+    assert len(seen) == 20
+    assert sorted(set(seen)) == list(range(len(set(seen)))) and seen == sorted(seen)
+
+
+def test_rates_move_while_a_stream_is_sent(board, streams):
+    route_to_cpu(board, (5, 0x100))
+    result = board.sh(
+        f"zeb_fpga_shell wrtspackets -q -l -i 5 -C 2 -f {streams('plain')} >/dev/null & sender=$!; sleep 0.3; "
+        "zeb_fpga_shell tsoutrate -C 2 -t 500; zeb_fpga_shell tsinrate -t 300; zeb_fpga_shell tsotsibitrate -a -t 500; "
+        "kill -INT $sender; wait $sender"
+    )
+    assert result.status == 0
+    outgoing, incoming, streams_line = result.out.splitlines()
+    assert 4.0 < float(re.match(r"(\S+) Mbit/s \(\d+ bytes in 0\.\d\d seconds\)$", outgoing)[1]) < 7.5
+    assert re.match(r"\S+ (Mbit|kbit)/s \(\d+ bytes in 0\.\d\d seconds\)$", incoming)
+    assert 4.0 < float(re.match(r"TSI\(5\): (\S+) Mbit/s \(\d+ bytes in 0\.\d\d seconds\)$", streams_line)[1]) < 6.5
+
+
+def test_capture_without_packets_gives_up(board):
+    reset_packet_port(board)
+    result = board.run("rdtspackets", "-T", "150", "-c", "2")
+    assert (result.status, result.out) == (255, "")
+    assert result.err == "Encountered an error: no packet came for 150 ms (packets taken: 0)\n"
+    assert board.run("rdtspackets", "-p", "8192").err.startswith("Encountered an error: Out of Range Error: --pid: 8192")
+    assert board.run("rdtspackets", "-f", "/nowhere/x").status == 255
+
+
+@pytest.mark.parametrize("command", ["tsinrate -c", "tsoutrate -c", "tsotsibitrate -a -c", "rdtspackets -c 0 -T 0"])
+def test_ctrl_c_ends_long_commands_at_once(board, command):
+    result = board.sh(
+        f"zeb_fpga_shell {command} & p=$!; sleep 0.3; s=$(date +%s%N); kill -INT $p; wait $p; r=$?; "
+        "echo $r $(( ($(date +%s%N) - s) / 1000000 ))"
+    )
+    status, milliseconds = map(int, result.out.splitlines()[-1].split())
+    assert status == 0
+    assert milliseconds < 1000  # 100 ms on an idle machine
