@@ -62,8 +62,8 @@ std::vector<uint32_t> resetState(const MemoryDevice& memory)
         if (table.layout.block != memory.tables)
             continue;
         for (const uint32_t base : table.layout.activeBase)
-            for (uint32_t row = 0; row < table.layout.rows; ++row)
-                std::copy(table.row.begin(), table.row.end(), words.begin() + base + row * table.layout.wordsPerRow);
+            for (uint32_t offset = base; offset < base + table.layout.words(); offset += table.layout.wordsPerRow)
+                std::copy(table.row.begin(), table.row.end(), words.begin() + offset);
     }
     if (&memory.device == &SCM_DEVICE) {
         for (const uint32_t base : Zeb::ScmPidLutLayout::BANKS)
