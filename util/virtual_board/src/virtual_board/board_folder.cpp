@@ -2,6 +2,8 @@
 
 #include "virtual_board/reset_state.h"
 
+#include <osl/userspace_drivers/drivers/zeb/zeb_attributes.h>
+
 #include <fmt/format.h>
 
 #include <cerrno>
@@ -86,10 +88,10 @@ void makePacketPort(const fs::path& root)
 {
     const auto place = [&root](const std::string& path) { return root / fs::path(path).relative_path(); };
     makeStream(place(Drivers::Zeb::PKTIO_RX_PATH));
-    makeText(place(Drivers::Zeb::PKTIO_RX_BYTES_PATH), COUNTER_RESET);
+    makeText(place(Drivers::Zeb::PKTIO_RX_BYTES_ATTRIBUTE), COUNTER_RESET);
     for (unsigned channel = 0; channel < Drivers::Zeb::PKTIO_TX_CHANNELS; ++channel) {
         makeStream(place(Drivers::Zeb::PKTIO_TX_PATH + std::to_string(channel)));
-        makeText(place(fmt::format(fmt::runtime(Drivers::Zeb::PKTIO_TX_BYTES_PATH), channel)), COUNTER_RESET);
+        makeText(place(fmt::format(fmt::runtime(Drivers::Zeb::PKTIO_TX_BYTES_ATTRIBUTE), channel)), COUNTER_RESET);
     }
     makeText(place(COMPLAINTS_PATH), "");
 }

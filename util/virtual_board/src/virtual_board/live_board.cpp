@@ -3,6 +3,7 @@
 #include "virtual_board/board_folder.h"
 
 #include <osl/ts_streaming/outputs/pcrsegwriter_zebhw.h>
+#include <osl/userspace_drivers/drivers/zeb/zeb_attributes.h>
 #include <osl/userspace_drivers/drivers/zeb/zeb_devices.h>
 
 #include <fmt/format.h>
@@ -76,12 +77,12 @@ LiveBoard::LiveBoard(const fs::path& root)
       m_PortRegisters(placeOf(root, Zeb::PKTIO_DEVICE.path), Zeb::PKTIO_DEVICE.mapSize, 0),
       m_Router(wordsOf(m_PidBlock), *this),
       m_Port(wordsOf(m_PortRegisters), openRxPipe(placeOf(root, Zeb::PKTIO_RX_PATH))),
-      m_RxCounter(placeOf(root, Zeb::PKTIO_RX_BYTES_PATH))
+      m_RxCounter(placeOf(root, Zeb::PKTIO_RX_BYTES_ATTRIBUTE))
 {
     for (unsigned number = 0; number < Zeb::PKTIO_TX_CHANNELS; ++number) {
         auto device = openPipe(placeOf(root, Zeb::PKTIO_TX_PATH + std::to_string(number)));
         Channel channel{nullptr,
-                        ByteCounter(placeOf(root, fmt::format(fmt::runtime(Zeb::PKTIO_TX_BYTES_PATH), number)))};
+                        ByteCounter(placeOf(root, fmt::format(fmt::runtime(Zeb::PKTIO_TX_BYTES_ATTRIBUTE), number)))};
         if (device)
             channel.channel = std::make_unique<TxChannel>(
                 number, std::move(device), [this](uint32_t header, const uint8_t* packet) { route(header, packet); },

@@ -3,6 +3,8 @@
 #include "zeb_fpga_shell/pktio/bit_rate.h"
 #include "zeb_fpga_shell/pktio/stream_rates.h"
 
+#include <osl/userspace_drivers/drivers/zeb/zeb_attributes.h>
+
 #include <fmt/format.h>
 
 #include <array>
@@ -78,7 +80,7 @@ int PKTIOBitRateMeas::doCommand(Options& options, std::ostream& out, std::istrea
     return 0;
 }
 
-std::string PKTIORxBitRateMeas::counterPath(const Options&) const { return Drivers::Zeb::PKTIO_RX_BYTES_PATH; }
+std::string PKTIORxBitRateMeas::counterPath(const Options&) const { return Drivers::Zeb::PKTIO_RX_BYTES_ATTRIBUTE; }
 
 std::string PKTIOTxBitRateMeas::counterPath(const Options& options) const
 {
@@ -86,7 +88,7 @@ std::string PKTIOTxBitRateMeas::counterPath(const Options& options) const
     if (channel >= Drivers::Zeb::PKTIO_TX_CHANNELS)
         OSL_RAISE(CppUtil::InvalidArgumentError,
                   fmt::format("--channel: {} is not in 0..{}", channel, Drivers::Zeb::PKTIO_TX_CHANNELS - 1));
-    return fmt::format(fmt::runtime(Drivers::Zeb::PKTIO_TX_BYTES_PATH), channel);
+    return fmt::format(fmt::runtime(Drivers::Zeb::PKTIO_TX_BYTES_ATTRIBUTE), channel);
 }
 
 TSOTSIBitRateMeas::TSOTSIBitRateMeas(std::string name, std::string usage, std::string description, StopFlag stopFlag,

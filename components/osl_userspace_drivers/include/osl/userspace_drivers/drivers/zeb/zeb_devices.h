@@ -27,9 +27,4 @@ inline constexpr const char* PKTIO_RX_PATH = "/dev/zebtsif_pktio_rx";
 inline constexpr const char* PKTIO_TX_PATH = "/dev/zebtsif_pktio_tx";
 inline constexpr unsigned PKTIO_TX_CHANNELS = 4;
 
-/// Attribute file with the bytes received through the packet port, decimal.
-inline constexpr const char* PKTIO_RX_BYTES_PATH = "/sys/class/zebtsif/zebtsif_pktio_rx/bytesrx";
-/// The same for a TX DMA channel; {} stands for its number.
-inline constexpr const char* PKTIO_TX_BYTES_PATH = "/sys/class/zebtsif/zebtsif_pktio_tx{}/bytestx";
-
 } // namespace Osl::Drivers::Zeb
