@@ -15,12 +15,17 @@ MAX_MEMORY_KB = 12 * 1024
 CHANNEL = "/dev/zebtsif_pktio_tx0"
 
 
-def resident_kb(pid):
+def resident_kb(sandbox):
+    """Resident memory of the tool, which is bubblewrap's child or has taken its place; 0 when it is not there."""
     try:
-        status = Path(f"/proc/{pid}/status").read_text()
+        children = Path(f"/proc/{sandbox}/task/{sandbox}/children").read_text().split()
+        for pid in [str(sandbox), *children]:
+            status = dict(line.split(":\t", 1) for line in Path(f"/proc/{pid}/status").read_text().splitlines())
+            if status["Name"] == "zeb_fpga_shell":
+                return int(status.get("VmRSS", "0 kB").split()[0])
     except OSError:
-        return 0
-    return next((int(line.split()[1]) for line in status.splitlines() if line.startswith("VmRSS:")), 0)
+        pass
+    return 0
 
 
 def main():
@@ -39,7 +44,7 @@ def main():
         sender = subprocess.Popen([*map(str, sandbox), *map(str, command)], stdout=subprocess.PIPE)
         memory = []
         while sender.poll() is None and checker.poll() is None:
-            memory.append(resident_kb(sender.pid))  # bubblewrap has become the tool
+            memory.append(resident_kb(sender.pid))
             time.sleep(0.1)
         if checker.poll():  # it has said why
             sender.terminate()
@@ -51,7 +56,7 @@ def main():
             f"{time.monotonic() - started:.1f} s; resident memory: {memory[len(memory) // 4]} kB after a quarter, "
             f"{max(memory)} kB at most"
         )
-        return int(sender.returncode != 0 or checker.returncode != 0 or max(memory) > MAX_MEMORY_KB)
+        return int(sender.returncode != 0 or checker.returncode != 0 or not 0 < max(memory) <= MAX_MEMORY_KB)
 
 
 if __name__ == "__main__":
