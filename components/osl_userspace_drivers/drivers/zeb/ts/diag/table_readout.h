@@ -60,18 +60,32 @@ void visitRows(IMemIf& memory, const TableLayout& table, const RowSelection& sel
     }
 }
 
+/// The lines of a read-out. They go on together, since thousands of single writes take longer than the read-out itself,
+/// and at its end, whatever ends it: a device that fails later must not take the lines before with it.
+class GatheredLines
+{
+public:
+    explicit GatheredLines(std::ostream& out) : m_Out(out) {}
+    ~GatheredLines() { m_Out.write(m_Lines.data(), static_cast<std::streamsize>(m_Lines.size())).flush(); }
+    GatheredLines(const GatheredLines&) = delete;
+    GatheredLines& operator=(const GatheredLines&) = delete;
+
+    LineBuffer& buffer() { return m_Lines; }
+
+private:
+    std::ostream& m_Out;
+    LineBuffer m_Lines;
+};
+
 template <class Entry>
 void printTable(IMemIf& memory, const TableReadOut<Entry>& readOut, const RowSelection& selection, std::ostream& out)
 {
-    LineBuffer line;
+    GatheredLines lines(out);
     visitRows<Entry>(memory, readOut.table, selection, readOut.isUnused,
                      [&](uint32_t row, uint32_t word, const Entry& entry) {
-                         line.clear();
-                         append(line, "{:0{}} (0x{:08x}): ", row, readOut.rowDigits, word);
-                         readOut.formatFields(line, row, entry);
-                         line.push_back('\n');
-                         // A device that fails later must not take this line with it.
-                         out.write(line.data(), static_cast<std::streamsize>(line.size())).flush();
+                         append(lines.buffer(), "{:0{}} (0x{:08x}): ", row, readOut.rowDigits, word);
+                         readOut.formatFields(lines.buffer(), row, entry);
+                         lines.buffer().push_back('\n');
                      });
 }
 
