@@ -70,7 +70,8 @@ std::string followLinks(const std::string& path)
         if (length == -1)
             return current;
         const std::string target(buffer.data(), static_cast<std::size_t>(length));
-        current = target.starts_with('/') ? target : folderOf(current) + target;
+        current = target.starts_with('/') ? std::string() : folderOf(current);
+        current += target;
     }
     raise(NO_WRITING, path, ELOOP);
 }

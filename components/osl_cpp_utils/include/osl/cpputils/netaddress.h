@@ -1,7 +1,6 @@
 #pragma once
 
 #include <array>
-#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -30,7 +29,8 @@ public:
     /// 224.0.0.0 to 239.255.255.255.
     constexpr bool isMulticast() const { return m_Value >> 28 == 0xE; }
 
-    constexpr auto operator<=>(const IpAdrContainer&) const = default;
+    constexpr bool operator==(const IpAdrContainer&) const = default;
+    constexpr bool operator<(const IpAdrContainer& other) const { return m_Value < other.m_Value; }
 
 private:
     uint32_t m_Value;

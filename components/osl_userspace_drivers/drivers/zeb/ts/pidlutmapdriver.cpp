@@ -5,7 +5,7 @@
 #include <fmt/format.h>
 
 #include <atomic>
-#include <ranges>
+#include <utility>
 
 namespace Osl::Drivers::Zeb {
 namespace {
@@ -34,8 +34,9 @@ void PidLutMapDriver::writePidLut(const PidLutImage& entries)
         OSL_RAISE(ZebDriverError, fmt::format("API error: Invalid length of list containing PidLut entries. List is {} "
                                               ".ZEBTSIF FPGA supports a maximum of {}.",
                                               entries.size(), PID_LUT.rows));
-    fillSpareBank<PidLutEntry>(*m_Memory, PID_LUT, std::views::values(entries),
-                               [this](uint32_t offset, const auto& words) { writeRow(offset, words); });
+    fillSpareBank<PidLutEntry>(
+        *m_Memory, PID_LUT, entries, [](const auto& element) -> const PidLutEntry& { return element.second; },
+        [this](uint32_t offset, const auto& words) { writeRow(offset, words); });
     switchBank(*m_Memory, PID_LUT);
     barrier();
 }

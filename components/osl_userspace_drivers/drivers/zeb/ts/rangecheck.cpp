@@ -5,10 +5,10 @@
 
 namespace Osl::Drivers::Zeb {
 
-uint32_t inRange(uint32_t value, uint32_t min, uint32_t max, std::string_view text, const std::source_location& where)
+uint32_t inRange(uint32_t value, uint32_t min, uint32_t max, std::string_view text, const char* file, int line)
 {
     if (value < min || value > max)
-        throw ZebDriverError(fmt::format("{}{})", text, value), where.file_name(), static_cast<int>(where.line()));
+        throw ZebDriverError(fmt::format("{}{})", text, value), file, line);
     return value;
 }
 

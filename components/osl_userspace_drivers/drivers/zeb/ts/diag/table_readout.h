@@ -60,19 +60,34 @@ void visitRows(IMemIf& memory, const TableLayout& table, const RowSelection& sel
     }
 }
 
-/// The lines of a read-out. They go on together, since thousands of single writes take longer than the read-out itself,
-/// and at its end, whatever ends it: a device that fails later must not take the lines before with it.
+/// The lines of a read-out. They go on in large pieces, since thousands of single writes take as long as the read-out
+/// itself, the last at its end, whatever ends it: a device that fails later must not take lines before with it.
 class GatheredLines
 {
 public:
     explicit GatheredLines(std::ostream& out) : m_Out(out) {}
-    ~GatheredLines() { m_Out.write(m_Lines.data(), static_cast<std::streamsize>(m_Lines.size())).flush(); }
+    ~GatheredLines() { handOn(); }
     GatheredLines(const GatheredLines&) = delete;
     GatheredLines& operator=(const GatheredLines&) = delete;
 
     LineBuffer& buffer() { return m_Lines; }
 
+    void endLine()
+    {
+        m_Lines.push_back('\n');
+        if (m_Lines.size() >= PIECE)
+            handOn();
+    }
+
 private:
+    static constexpr std::size_t PIECE = 16384;
+
+    void handOn()
+    {
+        m_Out.write(m_Lines.data(), static_cast<std::streamsize>(m_Lines.size())).flush();
+        m_Lines.clear();
+    }
+
     std::ostream& m_Out;
     LineBuffer m_Lines;
 };
@@ -85,7 +100,7 @@ void printTable(IMemIf& memory, const TableReadOut<Entry>& readOut, const RowSel
                      [&](uint32_t row, uint32_t word, const Entry& entry) {
                          append(lines.buffer(), "{:0{}} (0x{:08x}): ", row, readOut.rowDigits, word);
                          readOut.formatFields(lines.buffer(), row, entry);
-                         lines.buffer().push_back('\n');
+                         lines.endLine();
                      });
 }
 

@@ -11,17 +11,18 @@ inline bool activeBank(IMemIf& memory, const TableLayout& table)
     return (memory.read32(table.bankWord) & TableLayout::BANK_BIT) != 0;
 }
 
-/// Writes every row of the bank that is not active: `entries` first, in their order, then stuffing. Each row goes
-/// through `writeRow(offset, words)`. There must not be more entries than rows. Whatever raises on the way, the FPGA
-/// goes on with the active bank.
-template <class Entry, class Entries, class WriteRow>
-void fillSpareBank(IMemIf& memory, const TableLayout& table, const Entries& entries, const WriteRow& writeRow)
+/// Writes every row of the bank that is not active: `entryOf` each of `elements` first, in their order, then
+/// stuffing. Each row goes through `writeRow(offset, words)`. There must not be more elements than rows. Whatever
+/// raises on the way, the FPGA goes on with the active bank.
+template <class Entry, class Elements, class EntryOf, class WriteRow>
+void fillSpareBank(IMemIf& memory, const TableLayout& table, const Elements& elements, const EntryOf& entryOf,
+                   const WriteRow& writeRow)
 {
     uint32_t offset = table.spare(memory.read32(table.bankWord));
     const uint32_t end = offset + table.words();
     Entry row; // one place to pack all rows in
-    for (const Entry& entry : entries) {
-        row = entry;
+    for (const auto& element : elements) {
+        row = entryOf(element);
         writeRow(offset, row.getWords());
         offset += table.wordsPerRow;
     }
