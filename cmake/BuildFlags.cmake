@@ -4,7 +4,7 @@ target_compile_features(osl_build_flags INTERFACE cxx_std_20)
 target_compile_options(osl_build_flags INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
     # GCC 12 sees overlaps in std::string's own code when it optimises (its bug 105329).
-    -Wno-restrict
+    $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>
     # Errors carry the file they were raised in; users should see a path inside the project.
     -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
 target_compile_definitions(osl_build_flags INTERFACE _FILE_OFFSET_BITS=64)

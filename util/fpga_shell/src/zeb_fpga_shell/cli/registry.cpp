@@ -10,7 +10,6 @@
 #include "zeb_fpga_shell/cli/table_clear_cmds.h"
 #include "zeb_fpga_shell/cli/table_read_cmds.h"
 #include "zeb_fpga_shell/cli/table_write_cmds.h"
-#include "zeb_fpga_shell/cli/unavailable_cmd.h"
 #include "zeb_fpga_shell/cli/zeb_fpga_memcmds.h"
 
 #include <array>
