@@ -180,6 +180,8 @@ def test_nothing_is_left_when_the_launcher_is_killed(end, tmp_path):
         [LAUNCHER, "run", "--", "sh", "-c", script],
         stdout=subprocess.PIPE,
         env={**environment(), "TMPDIR": str(tmp_path)},
+        # Tests that run under nohup pass an ignored hang-up on, which a shell cannot undo.
+        preexec_fn=lambda: signal.signal(signal.SIGHUP, signal.SIG_DFL),
     )
     assert launcher.stdout.readline() == b"started\n"
     assert processes_with(mark)
