@@ -120,8 +120,9 @@ bool LiveBoard::serve(Clock::time_point now)
     bool busy = false;
     for (const Channel& channel : m_Channels)
         busy |= channel.channel && channel.channel->serve(now);
-    busy |= m_Port.serve(
-        [this](const PacketPort::Record& record) { route(record[0], reinterpret_cast<const uint8_t*>(&record[1])); });
+    busy |= m_Port.serve(now, [this](const PacketPort::Record& record) {
+        route(record[0], reinterpret_cast<const uint8_t*>(&record[1]));
+    });
     return busy;
 }
 

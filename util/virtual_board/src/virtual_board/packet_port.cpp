@@ -59,15 +59,16 @@ void PacketPort::reset()
         continue;
 }
 
-bool PacketPort::serve(const std::function<void(const Record&)>& send)
+bool PacketPort::serve(Clock::time_point now, const std::function<void(const Record&)>& send)
 {
     bool busy = false;
     if ((m_Registers[PktIoReg::RX_CONTROL] & RELEASE_BIT) != 0) {
         m_Registers[PktIoReg::RX_STATUS] = 0;
         m_Registers[PktIoReg::RX_CONTROL] = m_Registers[PktIoReg::RX_CONTROL] & ~RELEASE_BIT;
+        m_Released = now;
         busy = true;
     }
-    if (m_Registers[PktIoReg::RX_STATUS] == 0 && !m_Waiting.empty()) {
+    if (m_Registers[PktIoReg::RX_STATUS] == 0 && !m_Waiting.empty() && now - m_Released >= RELEASE_TIME) {
         present();
         busy = true;
     }

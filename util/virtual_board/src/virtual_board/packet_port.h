@@ -4,6 +4,7 @@
 #include <osl/userspace_drivers/drivers/zeb/ts/packetiodriver.h>
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <deque>
 #include <functional>
@@ -16,6 +17,11 @@ class PacketPort
 {
 public:
     using Record = std::array<uint32_t, Drivers::Zeb::PktIODriver::TOTAL_PKT_SIZE / sizeof(uint32_t)>;
+    using Clock = std::chrono::steady_clock;
+
+    /// How long a released packet stays in the registers before the next takes its place. Memory tells nobody of an
+    /// access at the time it is made: a fast reader may have begun to take the packet again, and must find it whole.
+    static constexpr std::chrono::milliseconds RELEASE_TIME{2};
     static constexpr std::size_t REGISTER_QUEUE = 256; ///< packets that wait for the registers; newer ones are lost
 
     /// `registers` are the port's words and must outlive it. `stream` is the stream device's other end, open for both
@@ -25,9 +31,9 @@ public:
     /// Hands over the 188 bytes at `packet`. What the processor does not take in time is lost.
     void deliver(uint8_t tsi, const uint8_t* packet);
 
-    /// Does what the registers ask for: releases a packet that was taken, sends one that was loaded, resets. Answers
-    /// whether there was anything to do.
-    bool serve(const std::function<void(const Record&)>& send);
+    /// Does what the registers ask for at `now`: releases a packet that was taken, sends one that was loaded, resets.
+    /// Answers whether there was anything to do.
+    bool serve(Clock::time_point now, const std::function<void(const Record&)>& send);
 
     uint64_t streamBytes() const { return m_StreamBytes; } ///< handed over through the stream device
     uint64_t lost() const { return m_Lost; }               ///< packets that found the stream device full
@@ -39,6 +45,7 @@ private:
     volatile uint32_t* m_Registers;
     LinuxCppUtil::UniqueFD m_Stream;
     std::deque<Record> m_Waiting;
+    Clock::time_point m_Released{}; ///< when the last packet was; the epoch: never
     uint64_t m_StreamBytes = 0;
     uint64_t m_Lost = 0;
 };

@@ -30,7 +30,7 @@ protected:
     }
     void serve()
     {
-        m_Port->serve([this](const PacketPort::Record& record) { m_Sent.push_back(record); });
+        m_Port->serve(m_Now, [this](const PacketPort::Record& record) { m_Sent.push_back(record); });
     }
     void deliver(uint8_t mark) { m_Port->deliver(7, Packet().mark(mark).bytes.data()); }
 
@@ -38,6 +38,7 @@ protected:
     LinuxCppUtil::UniqueFD m_Stream;
     std::unique_ptr<PacketPort> m_Port;
     std::vector<PacketPort::Record> m_Sent;
+    PacketPort::Clock::time_point m_Now{std::chrono::hours(1)};
 };
 
 } // namespace
@@ -56,11 +57,35 @@ TEST_F(PacketPortTest, RegistersShowOnePacketUntilItIsReleased)
     m_Words[17] = 0x31;
     serve();
     EXPECT_EQ(m_Words[17], 0x30U);
+    m_Now += PacketPort::RELEASE_TIME;
+    serve();
     EXPECT_EQ(m_Words[16], 1U);
     EXPECT_EQ(m_Words[110] >> 24, 2U);
     m_Words[17] = 1;
     serve();
     EXPECT_EQ(m_Words[16], 0U);
+}
+
+TEST_F(PacketPortTest, AReaderThatMissedTheReleaseFindsThePacketWholeAndTakesNoOther)
+{
+    deliver(1);
+    deliver(2);
+    serve();
+    m_Words[17] = 1;
+    serve();
+    EXPECT_EQ(m_Words[16], 0U);
+    EXPECT_EQ(m_Words[110] >> 24, 1U); // still there for who saw the status before
+    m_Words[17] = 1;                   // and releases it again
+    m_Now += PacketPort::RELEASE_TIME / 2;
+    serve();
+    m_Now += PacketPort::RELEASE_TIME / 2;
+    serve();
+    EXPECT_EQ(m_Words[16], 0U);
+    EXPECT_EQ(m_Words[110] >> 24, 1U);
+    m_Now += PacketPort::RELEASE_TIME / 2;
+    serve();
+    EXPECT_EQ(m_Words[16], 1U);
+    EXPECT_EQ(m_Words[110] >> 24, 2U);
 }
 
 TEST_F(PacketPortTest, StreamHasWholeRecordsAndLosesWhatNobodyReads)
