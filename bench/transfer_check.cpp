@@ -130,7 +130,7 @@ private:
     }
 
     std::vector<uint8_t> m_File;
-    std::array<int, NULL_PID + 1> m_LastCounter;
+    std::array<int, NULL_PID + 1> m_LastCounter{};
     uint64_t m_Spacing = 0, m_Remainder = 0, m_SegmentPackets = 0, m_LastDuration = 0;
     std::optional<uint64_t> m_LastPcr;
     uint16_t m_PcrPid = NULL_PID;

@@ -2,6 +2,7 @@
 #include <osl/linutils/raii_filedescriptors.h>
 #include <osl/linutils/whole_file.h>
 #include <osl/testing/failure_of.h>
+#include <osl/testing/temp_folder.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -9,7 +10,6 @@
 #include <csignal>
 #include <fcntl.h>
 #include <filesystem>
-#include <fstream>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -29,25 +29,14 @@ const std::string TEXT(BYTES.begin(), BYTES.end());
 class WholeFileTest : public testing::Test
 {
 protected:
-    WholeFileTest()
-    {
-        fs::remove_all(m_Folder);
-        fs::create_directory(m_Folder);
-    }
-    ~WholeFileTest() override { fs::remove_all(m_Folder); }
-
-    std::string path(const char* name) const { return m_Folder / name; }
+    std::string path(const char* name) const { return m_Folder.root() + "/" + name; }
     std::string put(const char* name, const std::string& text) const
     {
-        std::ofstream(path(name), std::ios::binary) << text;
+        m_Folder.put(std::string("/") + name, text);
         return path(name);
     }
-    std::string content(const char* name) const
-    {
-        std::ifstream file(path(name), std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
-    std::ptrdiff_t files() const { return std::distance(fs::directory_iterator(m_Folder), fs::directory_iterator()); }
+    std::string content(const char* name) const { return m_Folder.text(std::string("/") + name); }
+    std::ptrdiff_t files() const { return std::distance(fs::directory_iterator(m_Folder.root()), fs::directory_iterator()); }
     static std::string writeFailure(const std::string& file)
     {
         return failureOf<FileSystemError>([&] { writeWholeFile(file, BYTES); });
@@ -57,7 +46,7 @@ protected:
         return failureOf<FileSystemError>([&] { (void)readWholeFile(file, 100); });
     }
 
-    fs::path m_Folder = fs::temp_directory_path() / ("whole_file_test." + std::to_string(::getpid()));
+    Osl::Testing::TempFolder m_Folder;
 };
 
 } // namespace
@@ -120,7 +109,7 @@ TEST_F(WholeFileTest, FullDisksAreReportedAndLeaveTheOldFile)
 TEST_F(WholeFileTest, PlacesThatCannotBeWrittenOrReadAreNamedWithTheReason)
 {
     const std::string writing = "IOErrorr: Generic filesystem Error: Unable to open writable file \"";
-    EXPECT_THAT(writeFailure(m_Folder), StartsWith(writing + m_Folder.string() + "\": Is a directory("));
+    EXPECT_THAT(writeFailure(m_Folder.root()), StartsWith(writing + m_Folder.root() + "\": Is a directory("));
     EXPECT_THAT(writeFailure(path("no/file")),
                 StartsWith(writing + path("no/file") + "\": No such file or directory("));
     EXPECT_THAT(writeFailure(put("file", "") + "/below"), HasSubstr("Not a directory("));
@@ -130,7 +119,7 @@ TEST_F(WholeFileTest, PlacesThatCannotBeWrittenOrReadAreNamedWithTheReason)
     EXPECT_THAT(writeFailure(path("a")), HasSubstr("Too many levels of symbolic links("));
 
     const std::string reading = "IOErrorr: Generic filesystem Error: Unable to open readable file \"";
-    EXPECT_THAT(readFailure(m_Folder), StartsWith(reading + m_Folder.string() + "\": Is a directory("));
+    EXPECT_THAT(readFailure(m_Folder.root()), StartsWith(reading + m_Folder.root() + "\": Is a directory("));
     EXPECT_THAT(readFailure(path("none")), StartsWith(reading + path("none") + "\": No such file or directory("));
     EXPECT_THAT(readFailure("/dev/zero"), StartsWith(reading + "/dev/zero\": neither a regular file nor a pipe("));
 }

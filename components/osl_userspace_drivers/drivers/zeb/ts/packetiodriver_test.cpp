@@ -1,7 +1,6 @@
 #include <osl/testing/fake_mem.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/packetiodriver.h>
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <array>
@@ -9,7 +8,6 @@
 
 using namespace Osl::Drivers;
 using Osl::Testing::FakeMem;
-using testing::StartsWith;
 using Zeb::PktIODriver;
 
 namespace {

@@ -48,7 +48,7 @@ public:
     bool is(Reason reason) const { return m_Reason == static_cast<uint32_t>(reason); }
 
 private:
-    uint32_t m_Reason;
+    uint32_t m_Reason = 0;
 };
 
 struct ReadException : ReasonedError<"TS streaming read error: ", ReadReason>
