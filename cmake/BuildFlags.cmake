@@ -9,6 +9,11 @@ target_compile_options(osl_build_flags INTERFACE
     -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
 target_compile_definitions(osl_build_flags INTERFACE _FILE_OFFSET_BITS=64)
 
+if(CMAKE_UNITY_BUILD)
+    # Sources that are compiled together are no headers, whatever GCC makes of their anonymous namespaces.
+    target_compile_options(osl_build_flags INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
+endif()
+
 if(OSL_SANITIZERS)
     target_compile_options(osl_build_flags INTERFACE
         -fsanitize=${OSL_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)

@@ -1,4 +1,4 @@
-# The libraries of the tool, all used as headers alone.
+# The libraries of the tool, used as headers alone in what ships.
 if(CMAKE_CROSSCOMPILING)
     # Debian's package files describe the build machine, and refuse a board of another word size; the headers serve any.
     add_library(cxxopts::cxxopts INTERFACE IMPORTED)
@@ -11,3 +11,7 @@ else()
     find_package(fmt 9 REQUIRED)
     find_package(spdlog 1.10 REQUIRED)
 endif()
+
+add_library(osl_fmt INTERFACE)
+# Debian's compiled library saves each source of a development build from compiling it again.
+target_link_libraries(osl_fmt INTERFACE $<IF:$<BOOL:${OSL_STATIC}>,fmt::fmt-header-only,fmt::fmt>)
