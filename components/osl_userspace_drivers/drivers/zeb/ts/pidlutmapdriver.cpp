@@ -34,9 +34,14 @@ void PidLutMapDriver::writePidLut(const PidLutImage& entries)
         OSL_RAISE(ZebDriverError, fmt::format("API error: Invalid length of list containing PidLut entries. List is {} "
                                               ".ZEBTSIF FPGA supports a maximum of {}.",
                                               entries.size(), PID_LUT.rows));
+    std::vector<uint32_t> words; // one place for all rows
     fillSpareBank<PidLutEntry>(
-        *m_Memory, PID_LUT, entries, [](const auto& element) -> const PidLutEntry& { return element.second; },
-        [this](uint32_t offset, const auto& words) { writeRow(offset, words); });
+        *m_Memory, PID_LUT, entries,
+        [&words](const PidLutImage::Row& row) -> const auto& {
+            words.assign(row.begin(), row.end());
+            return words;
+        },
+        [this](uint32_t offset, const auto& row) { writeRow(offset, row); });
     switchBank(*m_Memory, PID_LUT);
     barrier();
 }

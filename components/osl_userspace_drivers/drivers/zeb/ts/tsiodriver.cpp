@@ -5,7 +5,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <functional>
 #include <utility>
 
 namespace Osl::Drivers::Zeb {
@@ -32,8 +31,9 @@ void TsIoDriver::writeIpInLut(const std::list<IpInEntry>& entries)
                               entries.size(), IP_LUT.rows));
     if (!std::is_sorted(entries.begin(), entries.end()))
         OSL_RAISE(ZebDriverError, "API error: An unsorted list was supplied to \"writeIpInLut\" handle.");
-    fillSpareBank<IpInEntry>(*m_Memory, IP_LUT, entries, std::identity(),
-                             [this](uint32_t offset, const auto& words) { m_Memory->writeBlock32(offset, words); });
+    fillSpareBank<IpInEntry>(
+        *m_Memory, IP_LUT, entries, [](const IpInEntry& entry) -> const auto& { return entry.getWords(); },
+        [this](uint32_t offset, const auto& words) { m_Memory->writeBlock32(offset, words); });
     switchBank(*m_Memory, IP_LUT);
 }
 

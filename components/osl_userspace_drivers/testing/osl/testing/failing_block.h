@@ -1,17 +1,19 @@
 #pragma once
 
+#include <osl/cpputils/assertion.h>
 #include <osl/testing/fake_mem.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/tablelayout.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <vector>
 
 namespace Osl::Testing {
 
-/// A block's memory for tests that break off an operation at every single access: nothing is logged, and the number of
-/// accesses until the device fails is shared with the other block. Acts as the FPGA does where the IP LUT lies: writes
-/// reach the spare bank, reads the active one.
+/// A block's memory for tests that break off an operation at every single access, thousands of times: nothing is
+/// logged, blocks are moved as blocks, and the number of accesses until the device fails is shared with the other
+/// block. Acts as the FPGA does where the IP LUT lies: writes reach the spare bank, reads the active one.
 class FailingBlock : public FakeMem
 {
 public:
@@ -36,23 +38,15 @@ public:
     }
     std::vector<uint32_t> readBlock32(uint32_t offset, uint32_t count) override
     {
-        std::vector<uint32_t> values;
-        for (uint32_t i = offset; i < offset + count; ++i) {
-            step();
-            values.push_back(inIpLut(i) ? ipLut()[i - IP_LUT.activeBase[0]] : words.at(i));
-        }
-        return values;
+        step(count);
+        const uint32_t* const from = place(ipLut(), offset, count);
+        return {from, from + count};
     }
     void writeBlock32(uint32_t offset, const std::vector<uint32_t>& values) override
     {
-        for (const uint32_t value : values) {
-            step();
-            if (inIpLut(offset))
-                ipLutBanks[~words[IP_LUT.bankWord] & 1].at(offset - IP_LUT.activeBase[0]) = value;
-            else
-                words.at(offset) = value;
-            ++offset;
-        }
+        uint32_t* const to = place(ipLutBanks[~words[IP_LUT.bankWord] & 1], offset, values.size());
+        std::copy_n(values.begin(), std::min(values.size(), m_AccessesLeft), to);
+        step(values.size());
     }
 
     /// The banks of which the FPGA now uses the one that the control word selects.
@@ -69,20 +63,39 @@ private:
     static constexpr const auto& PID_LUT = Drivers::Zeb::PID_LUT;
     static constexpr const auto& IP_LUT = Drivers::Zeb::IP_LUT;
 
-    bool inIpLut(uint32_t offset) const
+    uint32_t* place(std::vector<uint32_t>& ipLutBank, uint32_t offset, std::size_t count)
     {
-        return m_HasIpLut && offset >= IP_LUT.activeBase[0] && offset < IP_LUT.activeBase[0] + IP_LUT.words();
+        const bool inIpLut =
+            m_HasIpLut && offset >= IP_LUT.activeBase[0] && offset < IP_LUT.activeBase[0] + IP_LUT.words();
+        std::vector<uint32_t>& memory = inIpLut ? ipLutBank : words;
+        const std::size_t first = inIpLut ? offset - IP_LUT.activeBase[0] : offset;
+        OSL_ASSERT(first + count <= memory.size());
+        return memory.data() + first;
     }
-    void step()
+
+    void step(std::size_t count = 1)
     {
-        if (m_AccessesLeft == 0)
+        if (m_AccessesLeft < count) {
+            m_AccessesLeft = 0;
             OSL_RAISE(Drivers::DevMemError, "fake device fails");
-        --m_AccessesLeft;
-        ++accesses;
+        }
+        m_AccessesLeft -= count;
+        accesses += count;
     }
 
     bool m_HasIpLut;
     std::size_t& m_AccessesLeft;
+};
+
+/// Both blocks, failing at one access.
+struct FailingBoard
+{
+    static constexpr uint32_t PID_WORDS = 0x20000 / 4;
+    static constexpr uint32_t IO_WORDS = 0x4000 / 4;
+
+    std::size_t accessesLeft = SIZE_MAX;
+    FailingBlock pid{Drivers::Zeb::TableBlock::PID, PID_WORDS, accessesLeft};
+    FailingBlock io{Drivers::Zeb::TableBlock::IO, IO_WORDS, accessesLeft};
 };
 
 } // namespace Osl::Testing

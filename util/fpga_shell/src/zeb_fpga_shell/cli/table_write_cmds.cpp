@@ -114,11 +114,11 @@ void writePidLut(const Options& options, const Memory& memory, std::ostream&)
         entry.setFiltTabIDX(numberOf(options, "filtidx"));
         entry.setOutRoute(isGiven(options, "route_output"));
         entry.setCpuRoute(isGiven(options, "route_cpu"));
-        image.insert_or_assign({tsiIdx, pid}, std::move(entry));
+        image.insertOrAssign(entry);
     } else if (pid == NO_PID) {
-        image.erase(image.lower_bound({tsiIdx, 0}), image.lower_bound({tsiIdx + 1, 0}));
+        image.eraseTsi(tsiIdx);
     } else {
-        image.erase({tsiIdx, pid});
+        image.erase(tsiIdx, pid);
     }
     driver.writePidLut(image);
 }

@@ -15,22 +15,26 @@ const TableReadOut<PidLutEntry> PID_LUT_READ_OUT{
         return entry == STUFFING;
     },
     [](LineBuffer& line, uint32_t, const PidLutEntry& entry) {
-        append(line, "TSIIDX:{:03}, PID:0x{:04x}({:04}), PIDIDX:{:04}, CPU_ROUTE:{}, OUT_ROUTE:{}, FILTIDX:{:03}",
-               entry.getTSIIDX(), entry.getPID(), entry.getPID(), entry.getPIDIDX(), yesOrNo(entry.isCpuRoute()),
-               yesOrNo(entry.isOutRoute()), entry.getFiltTabIDX());
+        append(
+            line,
+            FMT_COMPILE("TSIIDX:{:03}, PID:0x{:04x}({:04}), PIDIDX:{:04}, CPU_ROUTE:{}, OUT_ROUTE:{}, FILTIDX:{:03}"),
+            entry.getTSIIDX(), entry.getPID(), entry.getPID(), entry.getPIDIDX(), yesOrNo(entry.isCpuRoute()),
+            yesOrNo(entry.isOutRoute()), entry.getFiltTabIDX());
     }};
 
 constexpr TableReadOut<TsiMapEntry> TSI_MAP_READ_OUT{
     TSI_MAP, 3, [](const TsiMapEntry& entry) { return !entry.isEnabled(); },
     [](LineBuffer& line, uint32_t row, const TsiMapEntry& entry) {
-        append(line, "TSIIDX:{:03}, PIDIDX:{:04}, ENABLED:{}", row, entry.getPIDidx(), yesOrNo(entry.isEnabled()));
+        append(line, FMT_COMPILE("TSIIDX:{:03}, PIDIDX:{:04}, ENABLED:{}"), row, entry.getPIDidx(),
+               yesOrNo(entry.isEnabled()));
     }};
 
 constexpr TableReadOut<PidMapEntry> O_PID_MAP_READ_OUT{
     O_PID_MAP, 4, [](const PidMapEntry& entry) { return !entry.isEnabled(); },
     [](LineBuffer& line, uint32_t row, const PidMapEntry& entry) {
-        append(line, "PIDIDX:{:04}, OPID:0x{:04x}({:04}), TSOIDX:{:03}, NEXTPIDIDX:{:04}, ENABLED:{}, REMAP:{}", row,
-               entry.getRemapPID(), entry.getRemapPID(), entry.getTSOidx(), entry.getNextPIDidx(),
+        append(line,
+               FMT_COMPILE("PIDIDX:{:04}, OPID:0x{:04x}({:04}), TSOIDX:{:03}, NEXTPIDIDX:{:04}, ENABLED:{}, REMAP:{}"),
+               row, entry.getRemapPID(), entry.getRemapPID(), entry.getTSOidx(), entry.getNextPIDidx(),
                yesOrNo(entry.isEnabled()), yesOrNo(entry.isRemap()));
     }};
 
@@ -65,10 +69,7 @@ PidLutImage getPidLutImage(IMemIf& memory)
 {
     PidLutImage image;
     visitRows<PidLutEntry>(memory, PID_LUT, {0, PID_LUT.rows, false, false}, routesNowhere,
-                           [&image](uint32_t, uint32_t, const PidLutEntry& entry) {
-                               const PidLutImage::key_type key(entry.getTSIIDX(), entry.getPID());
-                               image.try_emplace(image.end(), key, entry); // rows are sorted, so mostly the right place
-                           });
+                           [&image](uint32_t, uint32_t, const PidLutEntry& entry) { image.insert(entry); });
     return image;
 }
 

@@ -3,6 +3,7 @@
 #include <osl/userspace_drivers/drivers/zeb/ts/tablelayout.h>
 #include <osl/userspace_drivers/interfaces/imemif.h>
 
+#include <fmt/compile.h>
 #include <fmt/format.h>
 
 #include <iterator>
@@ -39,10 +40,11 @@ uint32_t firstWord(IMemIf& memory, const TableLayout& table, const RowSelection&
 
 inline const char* yesOrNo(bool flag) { return flag ? "YES" : "NO"; }
 
-template <class... Args>
-void append(LineBuffer& line, fmt::format_string<Args...> format, Args&&... args)
+/// `format` is a FMT_COMPILE text: parsing a text for each of thousands of lines would take longer than all else.
+template <class Format, class... Args>
+void append(LineBuffer& line, const Format& format, const Args&... args)
 {
-    fmt::format_to(std::back_inserter(line), format, std::forward<Args>(args)...);
+    fmt::format_to(std::back_inserter(line), format, args...);
 }
 
 /// Calls `visit(row, word offset, entry)` for each row of the selection that is in use, or each at all.
@@ -98,7 +100,7 @@ void printTable(IMemIf& memory, const TableReadOut<Entry>& readOut, const RowSel
     GatheredLines lines(out);
     visitRows<Entry>(memory, readOut.table, selection, readOut.isUnused,
                      [&](uint32_t row, uint32_t word, const Entry& entry) {
-                         append(lines.buffer(), "{:0{}} (0x{:08x}): ", row, readOut.rowDigits, word);
+                         append(lines.buffer(), FMT_COMPILE("{:0{}} (0x{:08x}): "), row, readOut.rowDigits, word);
                          readOut.formatFields(lines.buffer(), row, entry);
                          lines.endLine();
                      });

@@ -8,6 +8,7 @@
 #include <array>
 #include <cstdint>
 #include <type_traits>
+#include <utility>
 
 namespace Osl::Drivers::Misc {
 
@@ -30,15 +31,13 @@ public:
     void serialize() const final
     {
         std::fill(m_Words.begin(), m_Words.end(), 0);
-        for (std::size_t i = 0; i < LAYOUT.size(); ++i)
-            LAYOUT[i].put(m_Words, m_Values[i]);
+        forEachField([this](auto i) { LAYOUT[i].put(m_Words, m_Values[i]); });
     }
 
     /// Any words are a valid row.
     bool deserialize() override
     {
-        for (std::size_t i = 0; i < LAYOUT.size(); ++i)
-            m_Values[i] = LAYOUT[i].get(m_Words);
+        forEachField([this](auto i) { m_Values[i] = LAYOUT[i].get(m_Words); });
         return true;
     }
 
@@ -64,6 +63,17 @@ protected:
     }
 
 private:
+    /// Calls `visit` with each index of LAYOUT as a constant, so that words, shifts and masks are constants as well.
+    template <class Visit>
+    static void forEachField(const Visit& visit)
+    {
+        [&visit]<std::size_t... I>(std::index_sequence<I...>)
+        {
+            (visit(std::integral_constant<std::size_t, I>()), ...);
+        }
+        (std::make_index_sequence<LAYOUT.size()>());
+    }
+
     static constexpr std::size_t indexOf(const BitField& field)
     {
         std::size_t index = 0;

@@ -2,9 +2,6 @@
 
 #include <osl/userspace_drivers/drivers_misc/fieldentry.h>
 
-#include <map>
-#include <utility>
-
 namespace Osl::Drivers::Zeb {
 
 struct PidLutFields
@@ -50,8 +47,5 @@ public:
 private:
     using F = PidLutFields;
 };
-
-/// A PID LUT in the order in which the FPGA needs it: by TSIIDX, then by PID.
-using PidLutImage = std::map<std::pair<uint32_t, uint32_t>, PidLutEntry>;
 
 } // namespace Osl::Drivers::Zeb

@@ -2,7 +2,7 @@
 
 #include <osl/userspace_drivers/drivers/basedriver.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/filtertabentry.h>
-#include <osl/userspace_drivers/drivers/zeb/ts/pidlutentry.h>
+#include <osl/userspace_drivers/drivers/zeb/ts/pidlutimage.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/pidmapentry.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/tsimapentry.h>
 #include <osl/userspace_drivers/interfaces/imemif.h>

@@ -11,24 +11,22 @@ inline bool activeBank(IMemIf& memory, const TableLayout& table)
     return (memory.read32(table.bankWord) & TableLayout::BANK_BIT) != 0;
 }
 
-/// Writes every row of the bank that is not active: `entryOf` each of `elements` first, in their order, then
+/// Writes every row of the bank that is not active: `wordsOf` each of `elements` first, in their order, then
 /// stuffing. Each row goes through `writeRow(offset, words)`. There must not be more elements than rows. Whatever
 /// raises on the way, the FPGA goes on with the active bank.
-template <class Entry, class Elements, class EntryOf, class WriteRow>
-void fillSpareBank(IMemIf& memory, const TableLayout& table, const Elements& elements, const EntryOf& entryOf,
+template <class Entry, class Elements, class WordsOf, class WriteRow>
+void fillSpareBank(IMemIf& memory, const TableLayout& table, const Elements& elements, const WordsOf& wordsOf,
                    const WriteRow& writeRow)
 {
     uint32_t offset = table.spare(memory.read32(table.bankWord));
     const uint32_t end = offset + table.words();
-    Entry row; // one place to pack all rows in
     for (const auto& element : elements) {
-        row = entryOf(element);
-        writeRow(offset, row.getWords());
+        writeRow(offset, wordsOf(element));
         offset += table.wordsPerRow;
     }
-    row = Entry();
+    const Entry stuffing;
     for (; offset < end; offset += table.wordsPerRow)
-        writeRow(offset, row.getWords());
+        writeRow(offset, stuffing.getWords());
 }
 
 /// Makes the other bank the active one; the control word's other bits stay as they are.

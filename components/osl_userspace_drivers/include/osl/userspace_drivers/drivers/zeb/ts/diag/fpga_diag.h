@@ -20,8 +20,10 @@ uint32_t crc32Mpeg2(std::span<const uint8_t> bytes);
 /// Reads the image from the PID handling block's and the input/output block's memory; of the PID LUT the active bank.
 std::vector<uint32_t> exportTables(IMemIf& pidMemory, IMemIf& ioMemory);
 
-/// An image as the bytes of a file.
+/// Words of an image as the bytes of a file.
 std::vector<uint8_t> toBytes(std::span<const uint32_t> words);
+/// The words again; their bytes must be complete.
+std::vector<uint32_t> toWords(std::span<const uint8_t> bytes);
 
 /// Checks an image file's bytes, then writes all its tables and makes them active. Raises InvalidArgumentError, nothing
 /// written, when length or CRC is wrong. A device that fails half-way keeps what was written so far; the PID LUT and

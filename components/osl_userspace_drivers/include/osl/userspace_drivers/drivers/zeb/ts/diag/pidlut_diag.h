@@ -1,6 +1,6 @@
 #pragma once
 
-#include <osl/userspace_drivers/drivers/zeb/ts/pidlutentry.h>
+#include <osl/userspace_drivers/drivers/zeb/ts/pidlutimage.h>
 #include <osl/userspace_drivers/interfaces/imemif.h>
 
 #include <cstdint>
