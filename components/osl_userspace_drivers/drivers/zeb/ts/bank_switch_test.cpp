@@ -58,13 +58,13 @@ void import(FailingBoard& board)
     importTables(board.pid, board.io, image);
 }
 
-struct Operation
+struct BankedWrite
 {
     void (*run)(FailingBoard&);
     std::size_t accesses; ///< of which each is tried as the one that fails
 };
 
-class BankSwitchTest : public testing::TestWithParam<Operation>
+class BankSwitchTest : public testing::TestWithParam<BankedWrite>
 {
 };
 
@@ -100,6 +100,6 @@ constexpr std::size_t PID_LUT_SWITCH = 1 + 4096 + 2; // control word read, rows,
 constexpr std::size_t IP_LUT_SWITCH = 1 + 512 + 2;
 INSTANTIATE_TEST_SUITE_P(
     All, BankSwitchTest,
-    testing::Values(Operation{&writePidLut, PID_LUT_SWITCH}, Operation{&clearPidLut, 2 * PID_LUT_SWITCH},
-                    Operation{&writeIpInLut, IP_LUT_SWITCH}, Operation{&clearIpInLut, 2 * IP_LUT_SWITCH},
-                    Operation{&import, 64 + IP_LUT_SWITCH + 256 + PID_LUT_SWITCH + 8192 + 256 + 1024}));
+    testing::Values(BankedWrite{&writePidLut, PID_LUT_SWITCH}, BankedWrite{&clearPidLut, 2 * PID_LUT_SWITCH},
+                    BankedWrite{&writeIpInLut, IP_LUT_SWITCH}, BankedWrite{&clearIpInLut, 2 * IP_LUT_SWITCH},
+                    BankedWrite{&import, 64 + IP_LUT_SWITCH + 256 + PID_LUT_SWITCH + 8192 + 256 + 1024}));
