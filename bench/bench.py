@@ -7,7 +7,7 @@ import subprocess
 import sys
 import tempfile
 from pathlib import Path
-from typing import NamedTuple
+from typing import NamedTuple, Optional
 
 ROUNDS = 5
 # Where no real device has its place, an ordinary file may stand for the physical memory that the peer reads. The PID LUT
@@ -21,7 +21,7 @@ class Comparison(NamedTuple):
     name: str
     subject: list
     peer: list
-    goal: float
+    goal: Optional[float]  # None: told, not judged
     in_ms: bool = False  # the goal is a difference in milliseconds, not a ratio
     on_board: bool = True  # both run on a board that is there already
 
@@ -59,19 +59,20 @@ def full_tables():
 
 def compare(row, launcher, image):
     prefix = [launcher, *ON_BOARD, image] if row.on_board else []
-    command = [image if word == "IMAGE" else word for word in row.subject]
+    command = [image if word == "IMAGE" else f"{image}.copy" if word == "COPY" else word for word in row.subject]
     subject, peer = [], []
     # By turns, so that a busy machine slows both.
     for _ in range(ROUNDS):
         subject += times_of(command, 200 if row.on_board else 40, prefix)
         peer += times_of(row.peer, 200 if row.on_board else 40, prefix)
     ours, theirs = statistics.median(subject) * 1000, statistics.median(peer) * 1000
+    fastest = f"{min(subject) * 1000:.2f} to {min(peer) * 1000:.2f} ms"
     return {
         "name": row.name,
         "measured": ours - theirs if row.in_ms else ours / theirs,
         "unit": "ms" if row.in_ms else "times",
         "goal": row.goal,
-        "detail": f"{ours:.2f} ms; {' '.join(row.peer)}: {theirs:.2f} ms",
+        "detail": f"{ours:.2f} ms; {' '.join(row.peer)}: {theirs:.2f} ms; fastest runs: {fastest}",
     }
 
 
@@ -95,6 +96,8 @@ def main():
         Comparison("2048 lines: rpidlut -a -s", [name, "rpidlut", "-a", "-s"], [name, "list"], 3.0),
         Comparison("full PID LUT: wrpidlut", [name, *"wrpidlut -t 3 -p 0x120 -P 9 -O".split()], [name, "list"], 1.5),
         Comparison("exptabs, to memory", [name, "exptabs", "-f", "/dev/shm/tables.bin"], [name, "list"], 2.0),
+        # Waits for the disk, whatever that is, before the file takes its place.
+        Comparison("exptabs, to disk", [name, "exptabs", "-f", "COPY"], [name, "list"], None),
         Comparison("imptabs", [name, "imptabs", "-f", "IMAGE"], [name, "list"], 2.0),
         Comparison(
             "a board and its first command",
@@ -105,15 +108,16 @@ def main():
             on_board=False,
         ),
     ]
-    with tempfile.NamedTemporaryFile(suffix=".bin") as image:
-        image.write(full_tables())
-        image.flush()
-        results = [compare(row, launcher, image.name) for row in comparisons] + [size(tool, 2.5)]
+    with tempfile.TemporaryDirectory() as folder:
+        image = Path(folder) / "tables.bin"
+        image.write_bytes(full_tables())
+        results = [compare(row, launcher, str(image)) for row in comparisons] + [size(tool, 2.5)]
 
     print(f"{'':38} {'measured':>14} {'goal: at most':>14}")
     for result in results:
-        result["met"] = result["measured"] <= result["goal"]
-        measured, goal = (f"{result[key]:.2f} {result['unit']}" for key in ("measured", "goal"))
+        measured = f"{result['measured']:.2f} {result['unit']}"
+        goal = "none" if result["goal"] is None else f"{result['goal']:.2f} {result['unit']}"
+        result["met"] = result["goal"] is None or result["measured"] <= result["goal"]
         print(f"{result['name']:38} {measured:>14} {goal:>14}  {'met' if result['met'] else 'MISSED':6}  {result['detail']}")
     Path(result_file).write_text(json.dumps(results, indent=2) + "\n")
     return 0 if all(result["met"] for result in results) else 1

@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <tuple>
 
 using namespace Osl::Drivers::Zeb;
 using Osl::CppUtil::InvalidArgumentError;
@@ -20,6 +21,7 @@ using Osl::CppUtil::IpAdrContainer;
 using Osl::CppUtil::MacAdrContainer;
 using Osl::Drivers::Misc::BitField;
 using Osl::Testing::failureOf;
+using testing::Each;
 using testing::ElementsAre;
 using testing::StartsWith;
 
@@ -35,6 +37,7 @@ Entry decoded(const Words& words)
     return entry;
 }
 
+const std::string PREFIX = "Driver (user space) error: ZEB Driver (user space) error: ";
 const MacAdrContainer MAC(std::string("01:00:5E:12:34:56"));
 const IpAdrContainer IP(std::string("239.192.0.42"));
 
@@ -67,17 +70,15 @@ TEST(EntriesTest, StuffingRowsRouteNothing)
     EXPECT_THAT(TsiMapEntry(3).getWords(), ElementsAre(0xFFF));
     EXPECT_THAT(FilterTabEntry(3).getWords(), ElementsAre(0));
 
-    EXPECT_EQ(IpOutEntry().getTSOidx(), 255);
-    EXPECT_EQ(IpOutEntry(3).getTSOidx(), 3);
-    EXPECT_EQ(PhysInEntry().getPHYIidx(), 31);
-    EXPECT_EQ(PhysInEntry(3).getPHYIidx(), 3);
-    EXPECT_EQ(PhysOutEntry().getTSOidx(), 255);
-    EXPECT_EQ(PhysOutEntry(3).getTSOidx(), 3);
-    EXPECT_EQ(PidMapEntry().getPIDidx(), 4095);
-    EXPECT_EQ(PidMapEntry(3).getPIDidx(), 3);
-    EXPECT_EQ(TsiMapEntry().getTSIidx(), 255);
-    EXPECT_EQ(TsiMapEntry(3).getTSIidx(), 3);
-    EXPECT_EQ(FilterTabEntry(3).getFILTTABIDX(), 3);
+    // Without and with an index.
+    EXPECT_THAT(
+        (std::array<uint32_t, 5>{IpOutEntry().getTSOidx(), PhysInEntry().getPHYIidx(), PhysOutEntry().getTSOidx(),
+                                 PidMapEntry().getPIDidx(), TsiMapEntry().getTSIidx()}),
+        ElementsAre(255, 31, 255, 4095, 255));
+    EXPECT_THAT((std::array<uint32_t, 6>{IpOutEntry(3).getTSOidx(), PhysInEntry(3).getPHYIidx(),
+                                         PhysOutEntry(3).getTSOidx(), PidMapEntry(3).getPIDidx(),
+                                         TsiMapEntry(3).getTSIidx(), FilterTabEntry(3).getFILTTABIDX()}),
+                Each(3));
 
     IpOutEntry used(3, MAC, IP, 5000, true, true);
     used.setStuffing();
@@ -143,39 +144,24 @@ TYPED_TEST(EntryKindTest, OtherNumbersOfWordsAreRefusedAndChangeNothing)
 TEST(EntriesTest, GettersSeeTheDecodedRow)
 {
     const auto pidLut = decoded<PidLutEntry>({0x00006100, 0x05001007});
-    EXPECT_EQ(pidLut.getTSIIDX(), 3);
-    EXPECT_EQ(pidLut.getPID(), 0x100);
-    EXPECT_EQ(pidLut.getPIDIDX(), 7);
-    EXPECT_EQ(pidLut.getFiltTabIDX(), 5);
-    EXPECT_TRUE(pidLut.isOutRoute());
-    EXPECT_FALSE(pidLut.isCpuRoute());
-
+    EXPECT_EQ(std::tuple(pidLut.getTSIIDX(), pidLut.getPID(), pidLut.getPIDIDX(), pidLut.getFiltTabIDX()),
+              std::tuple(3, 0x100, 7, 5));
+    EXPECT_TRUE(pidLut.isOutRoute() && !pidLut.isCpuRoute());
     const auto ipIn = decoded<IpInEntry>({0xEFC0002A, 0x01021388});
-    EXPECT_EQ(ipIn.getIpAddress().toString(), "239.192.0.42");
-    EXPECT_EQ(ipIn.getUdpPort(), 5000);
-    EXPECT_EQ(ipIn.getTSIidx(), 2);
-    EXPECT_TRUE(ipIn.isEnabled());
-
+    EXPECT_EQ(std::tuple(ipIn.getIpAddress().toString(), ipIn.getUdpPort(), ipIn.getTSIidx(), ipIn.isEnabled()),
+              std::tuple("239.192.0.42", 5000, 2, true));
     const auto ipOut = decoded<IpOutEntry>({0x00000100, 0x5E123456, 0xEFC0002A, 0x00011388});
-    EXPECT_EQ(ipOut.getMacAddress(), MAC);
-    EXPECT_EQ(ipOut.getIpAddress(), IP);
-    EXPECT_EQ(ipOut.getUdpPort(), 5000);
-    EXPECT_TRUE(ipOut.isRtp());
-    EXPECT_FALSE(ipOut.isEnabled());
-
+    EXPECT_EQ(std::tuple(ipOut.getMacAddress(), ipOut.getIpAddress(), ipOut.getUdpPort()), std::tuple(MAC, IP, 5000));
+    EXPECT_TRUE(ipOut.isRtp() && !ipOut.isEnabled());
     const auto pidMap = decoded<PidMapEntry>({0x00602002, 8});
-    EXPECT_EQ(pidMap.getPIDidx(), 4095);
-    EXPECT_EQ(pidMap.getTSOidx(), 2);
-    EXPECT_EQ(pidMap.getRemapPID(), 0x20);
-    EXPECT_EQ(pidMap.getNextPIDidx(), 8);
-    EXPECT_TRUE(pidMap.isRemap());
-    EXPECT_TRUE(pidMap.isEnabled());
-
+    EXPECT_EQ(std::tuple(pidMap.getPIDidx(), pidMap.getTSOidx(), pidMap.getRemapPID(), pidMap.getNextPIDidx()),
+              std::tuple(4095, 2, 0x20, 8));
+    EXPECT_TRUE(pidMap.isRemap() && pidMap.isEnabled());
+    const auto physOut = decoded<PhysOutEntry>({0x1FF});
+    EXPECT_EQ(std::tuple(physOut.getPHYOidx(), physOut.isEnabled()), std::tuple(255, true));
+    const auto tsiMap = decoded<TsiMapEntry>({0x00001FFF});
+    EXPECT_EQ(std::tuple(tsiMap.getPIDidx(), tsiMap.isEnabled()), std::tuple(4095, true));
     EXPECT_EQ(decoded<PhysInEntry>({0xFFFFFF05}).getTSIidx(), 5);
-    EXPECT_EQ(decoded<PhysOutEntry>({0x1FF}).getPHYOidx(), 255);
-    EXPECT_TRUE(decoded<PhysOutEntry>({0x1FF}).isEnabled());
-    EXPECT_EQ(decoded<TsiMapEntry>({0x00001FFF}).getPIDidx(), 4095);
-    EXPECT_TRUE(decoded<TsiMapEntry>({0x00001FFF}).isEnabled());
     EXPECT_EQ(decoded<FilterTabEntry>({0x12345678}).getPacketCount(), 0x12345678U);
 }
 
@@ -195,97 +181,69 @@ TEST(EntriesTest, RangeEndsAreAccepted)
     EXPECT_NO_THROW(FilterTabEntry(255, 255));
 }
 
+// The commands' tests show the texts of all other ranges.
 TEST(EntriesTest, ConstructorsNameTheFirstFieldThatIsOutOfRange)
 {
-    const std::string prefix = "Driver (user space) error: ZEB Driver (user space) error: ";
     const std::pair<std::function<void()>, const char*> cases[] = {
         {[] { PidLutEntry(256, 8192, 1, 0, false, false); }, "PidLutEntry created/modified with invalid TSIIDX (256)"},
         {[] { PidLutEntry(3, 8192, 0, 0, false, false); }, "PidLutEntry created/modified with invalid PID (8192)"},
         {[] { PidLutEntry(3, 0, 0, 256, false, false); }, "PidLutEntry created/modified with invalid PIDIDX (0)"},
-        {[] { PidLutEntry(3, 0, 4096, 0, false, false); }, "PidLutEntry created/modified with invalid PIDIDX (4096)"},
-        {[] { PidLutEntry(3, 0, 1, 256, false, false); }, "PidLutEntry created/modified with invalid FiltTabIDX (256)"},
         {[] { IpInEntry(256, "x", 65536); }, "IpInEntry created with invalid TSIidx (256)"},
         {[] { IpInEntry(0, "239.1.1", 65536); }, "IpInEntry created with invalid IP address (239.1.1)"},
-        {[] { IpInEntry(0, "239.1.1.1", 65536); }, "IpInEntry created with invalid UDP port (65536)"},
-        {[] { IpOutEntry(256); }, "TSOIdx out of range"},
         {[] { IpOutEntry(256, MAC, IP, 65536, false, false); }, "TSOIdx out of range"},
         {[] { IpOutEntry(255, MAC, IP, 65536, false, false); }, "UDPPort out of range"},
         {[] { PhysInEntry(64, 256); }, "Cannot create PhysInEntry - invalid PHYIidx (64)"},
         {[] { PhysInEntry(63, 256); }, "Cannot create PhysInEntry - invalid TSIidx (256)"},
-        {[] { PhysOutEntry(256); }, "Cannot create PhysOutEntry - invalid TSOidx (256)"},
-        {[] { PhysOutEntry(0, 32, true); }, "Cannot create PhysOutEntry - invalid PHYOidx (32)"},
-        {[] { PidMapEntry(0); }, "Cannot create PidMapEntry - invalid PIDidx (0)"},
+        {[] { PhysOutEntry(256, 32, true); }, "Cannot create PhysOutEntry - invalid TSOidx (256)"},
         {[] { PidMapEntry(4096, 256, 0, 0, false, false); }, "Cannot create PidMapEntry - invalid PIDidx (4096)"},
         {[] { PidMapEntry(1, 256, 1, 0, false, false); }, "Cannot create PidMapEntry - invalid TSOidx (256)"},
         {[] { PidMapEntry(1, 0, 1, 8192, false, false); }, "Cannot set NEXT PIDIX - invalid NEXT_PIDidx value (1)"},
         {[] { PidMapEntry(1, 0, 2, 8192, false, false); }, "Cannot create PidMapEntry - invalid PID value (8192)"},
-        {[] { TsiMapEntry(256); }, "Cannot create TsiMapEntry - invalid TSIidx (256)"},
+        {[] { TsiMapEntry(256, 0, true); }, "Cannot create TsiMapEntry - invalid TSIidx (256)"},
         {[] { TsiMapEntry(0, 0, true); }, "Cannot create TsiMapEntry - invalid PIDidx (0)"},
         {[] { FilterTabEntry(256, 256); }, "FilterTabEntry created/modified with invalid FILTTABIDX (256)"},
-        {[] { FilterTabEntry(0, 256); }, "FilterTabEntry created/modified with invalid Packet count value (256)"},
     };
     for (const auto& [step, text] : cases)
-        EXPECT_THAT(failureOf<ZebDriverError>(step), StartsWith(prefix + text + "(components/"));
+        EXPECT_THAT(failureOf<ZebDriverError>(step), StartsWith(PREFIX + text + "(components/"));
 }
 
 TEST(EntriesTest, SettersRefuseValuesOutsideTheRangeAndLeaveTheEntryAsItWas)
 {
-    const std::string prefix = "Driver (user space) error: ZEB Driver (user space) error: ";
-    const auto refuses = [&](auto entry, auto setter, const auto& value, const std::string& text) {
+    const auto refuses = [](auto entry, auto setter, const auto& value, const std::string& text) {
         const Words before = entry.getWords();
-        EXPECT_THAT(failureOf<ZebDriverError>([&] { (entry.*setter)(value); }), StartsWith(prefix + text + "("));
+        EXPECT_THAT(failureOf<ZebDriverError>([&] { (entry.*setter)(value); }), StartsWith(PREFIX + text + "("));
         EXPECT_EQ(entry.getWords(), before) << text;
     };
-    const PidLutEntry pidLut(3, 0x100, 7, 255, false, true);
-    refuses(pidLut, &PidLutEntry::setTSIIDX, 256U, "PidLutEntry created/modified with invalid TSIIDX (256)");
-    refuses(pidLut, &PidLutEntry::setPID, 0x10000U, "PidLutEntry created/modified with invalid PID (65536)");
-    refuses(pidLut, &PidLutEntry::setPIDIDX, 0U, "PidLutEntry created/modified with invalid PIDIDX (0)");
-    refuses(pidLut, &PidLutEntry::setFiltTabIDX, 0xFFFFFFFFU,
+    refuses(PidLutEntry(), &PidLutEntry::setPID, 0x10000U, "PidLutEntry created/modified with invalid PID (65536)");
+    refuses(PidLutEntry(), &PidLutEntry::setFiltTabIDX, 0xFFFFFFFFU,
             "PidLutEntry created/modified with invalid FiltTabIDX (4294967295)");
-    refuses(IpInEntry(), &IpInEntry::setTSIidx, 256U, "Attempt to set invalid TSIidx (256)");
     refuses(IpInEntry(), &IpInEntry::setIpAddress, "nix", "Attempt to set invalid IP address (nix)");
     refuses(IpInEntry(), &IpInEntry::setUdpPort, 65536U, "Attempt to set invalid UDP port (65536)");
-    refuses(IpOutEntry(), &IpOutEntry::setTSOidx, 256U, "TSOIdx out of range");
-    refuses(IpOutEntry(), &IpOutEntry::setUdpPort, 65536U, "UDPPort out of range");
-    refuses(PhysInEntry(), &PhysInEntry::setTSIidx, 256U, "Cannot set TSIidx - invalid TSIidx (256)");
     refuses(PhysInEntry(), &PhysInEntry::setPHYIidx, 64U, "Cannot set PHYIidx invalid PHYIidx (64)");
-    refuses(PhysOutEntry(), &PhysOutEntry::setTSOidx, 256U, "Cannot create PhysOutEntry - invalid TSOidx (256)");
     refuses(PhysOutEntry(), &PhysOutEntry::setPHYOidx, 255U, "Cannot create PhysOutEntry - invalid PHYOidx (255)");
     refuses(PidMapEntry(7), &PidMapEntry::setPIDidx, 4096U, "Cannot set PIDix - invalid PIDidx (4096)");
-    refuses(PidMapEntry(7), &PidMapEntry::setTSOidx, 256U, "Cannot set TSOidx - invalid TSOidx (256)");
-    refuses(PidMapEntry(7), &PidMapEntry::setNextPIDidx, 7U, "Cannot set NEXT PIDIX - invalid NEXT_PIDidx value (7)");
-    refuses(PidMapEntry(7), &PidMapEntry::setNextPIDidx, 4096U,
-            "Cannot set NEXT PIDIX - invalid NEXT_PIDidx value (4096)");
     refuses(PidMapEntry(7), &PidMapEntry::setRemapPID, 8192U, "Cannot set remap PID value - invalid PID value (8192)");
     refuses(TsiMapEntry(7), &TsiMapEntry::setTSIidx, 256U, "Cannot set TSIidx - invalid TSIidx given (256)");
-    refuses(TsiMapEntry(7), &TsiMapEntry::setPIDidx, 4096U, "Cannot set TSIidx - invalid TSIidx given (4096)");
 }
 
 TEST(EntriesTest, SomeSettersSwitchTheirFlagOn)
 {
-    for (void (*set)(IpInEntry&) :
-         {+[](IpInEntry& e) { e.setTSIidx(1); }, +[](IpInEntry& e) { e.setIpAddress("1.2.3.4"); },
-          +[](IpInEntry& e) { e.setUdpPort(1); }}) {
-        IpInEntry entry;
-        EXPECT_FALSE(entry.isEnabled());
-        set(entry);
-        EXPECT_TRUE(entry.isEnabled());
-    }
-    IpOutEntry ipOut;
-    ipOut.setTSOidx(1);
-    ipOut.setIpAddress(IP);
-    ipOut.setMacAddress(MAC);
-    EXPECT_FALSE(ipOut.isEnabled());
-    ipOut.setUdpPort(1);
-    EXPECT_TRUE(ipOut.isEnabled());
-
-    PidMapEntry pidMap(7);
-    pidMap.setTSOidx(1);
-    pidMap.setNextPIDidx(8);
-    EXPECT_FALSE(pidMap.isRemap());
-    pidMap.setRemapPID(0x20);
-    EXPECT_TRUE(pidMap.isRemap());
-    EXPECT_FALSE(pidMap.isEnabled());
+    const auto flagAfter = [](auto entry, auto setter, const auto& value, auto flag) {
+        EXPECT_FALSE((entry.*flag)());
+        (entry.*setter)(value);
+        return (entry.*flag)();
+    };
+    EXPECT_TRUE(flagAfter(IpInEntry(), &IpInEntry::setTSIidx, 1U, &IpInEntry::isEnabled));
+    EXPECT_TRUE(flagAfter(IpInEntry(), &IpInEntry::setIpAddress, "1.2.3.4", &IpInEntry::isEnabled));
+    EXPECT_TRUE(flagAfter(IpInEntry(), &IpInEntry::setUdpPort, 1U, &IpInEntry::isEnabled));
+    EXPECT_TRUE(flagAfter(IpOutEntry(), &IpOutEntry::setUdpPort, 1U, &IpOutEntry::isEnabled));
+    EXPECT_FALSE(flagAfter(IpOutEntry(), &IpOutEntry::setTSOidx, 1U, &IpOutEntry::isEnabled));
+    EXPECT_FALSE(flagAfter(IpOutEntry(), &IpOutEntry::setIpAddress, IP, &IpOutEntry::isEnabled));
+    EXPECT_FALSE(flagAfter(IpOutEntry(), &IpOutEntry::setMacAddress, MAC, &IpOutEntry::isEnabled));
+    EXPECT_TRUE(flagAfter(PidMapEntry(7), &PidMapEntry::setRemapPID, 0x20U, &PidMapEntry::isRemap));
+    EXPECT_FALSE(flagAfter(PidMapEntry(7), &PidMapEntry::setRemapPID, 0x20U, &PidMapEntry::isEnabled));
+    EXPECT_FALSE(flagAfter(PidMapEntry(7), &PidMapEntry::setTSOidx, 1U, &PidMapEntry::isRemap));
+    EXPECT_FALSE(flagAfter(PidMapEntry(7), &PidMapEntry::setNextPIDidx, 8U, &PidMapEntry::isRemap));
 }
 
 TEST(EntriesTest, ComparisonsLookAtTheirFieldsOnly)

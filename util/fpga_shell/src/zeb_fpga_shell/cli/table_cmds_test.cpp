@@ -2,6 +2,7 @@
 #include "zeb_fpga_shell/cli/table_read_cmds.h"
 #include "zeb_fpga_shell/cli/table_write_cmds.h"
 
+#include <osl/cpputils/stringutils.h>
 #include <osl/testing/argument_vector.h>
 #include <osl/testing/fake_mem.h>
 #include <osl/userspace_drivers/drivers/drivererror.h>
@@ -21,8 +22,6 @@ using testing::HasSubstr;
 
 namespace {
 
-using Words = std::vector<std::string>;
-
 /// Both blocks of a freshly reset FPGA, as the clear commands leave them, and commands that run on them.
 class TableCmdsTest : public testing::Test
 {
@@ -31,34 +30,33 @@ protected:
     {
         for (const TableCmdDecl* clear : {&CLEAR_TSI_MAP, &CLEAR_PID_LUT, &CLEAR_O_PID_MAP, &CLEAR_IP_LUT,
                                           &CLEAR_IP_OUT_MAP, &CLEAR_PHYS_OUT_MAP, &CLEAR_PHYS_IN_MAP})
-            run(*clear, {});
+            run(*clear, "");
         m_Pid->accesses = m_Io->accesses = 0;
         m_Pid->log.clear();
     }
 
-    /// Output of the command.
-    std::string run(const TableCmdDecl& decl, Words words)
+    /// Output of the command with the arguments in `line`.
+    std::string run(const TableCmdDecl& decl, const std::string& line)
     {
         Options options("cmd", "");
         options.add(decl.options);
-        words.insert(words.begin(), "cmd");
-        ArgumentVector arguments(std::move(words));
+        ArgumentVector arguments(Osl::CppUtil::split(line.empty() ? "cmd" : "cmd " + line, ' '));
         EXPECT_TRUE(options.parse(arguments.argc(), arguments.argv()));
         std::ostringstream out;
         decl.run(options, &decl.device == &Osl::Drivers::Zeb::PIDLUT_DEVICE ? m_Pid : m_Io, out);
         return out.str();
     }
-    std::string pidLut() { return run(READ_PID_LUT, {"-a"}); }
-    std::string ipLut() { return run(READ_IP_LUT, {"-a"}); }
+    std::string pidLut() { return run(READ_PID_LUT, "-a"); }
+    std::string ipLut() { return run(READ_IP_LUT, "-a"); }
 
     /// Error of a command that must not have written anything.
-    std::string refusal(const TableCmdDecl& decl, const Words& words)
+    std::string refusal(const TableCmdDecl& decl, const std::string& line)
     {
         const std::vector<uint32_t> pidBefore = m_Pid->words;
         const std::vector<uint32_t> ioBefore = m_Io->words;
         std::string text = "nothing raised";
         try {
-            run(decl, words);
+            run(decl, line);
         } catch (const Osl::Error& error) {
             text = error.what();
         }
@@ -82,12 +80,12 @@ std::string pidLutLine(int row, uint32_t word, const char* fields)
 
 TEST_F(TableCmdsTest, PidLutRowsAreKeptInKeyOrderAndReplacedByKey)
 {
-    run(WRITE_PID_LUT, {"-t", "3", "-p", "0x100", "-P", "7", "-C"});
+    run(WRITE_PID_LUT, "-t 3 -p 0x100 -P 7 -C");
     EXPECT_EQ(pidLut(), pidLutLine(0, 12288,
                                    "TSIIDX:003, PID:0x0100(0256), PIDIDX:0007, CPU_ROUTE:YES, OUT_ROUTE:NO, "
                                    "FILTIDX:000"));
-    run(WRITE_PID_LUT, {"-t", "2", "-p", "8190", "-P", "4095", "-O", "-f", "255"});
-    run(WRITE_PID_LUT, {"-t", "3", "-p", "0x100", "-P", "8", "-O"});
+    run(WRITE_PID_LUT, "-t 2 -p 8190 -P 4095 -O -f 255");
+    run(WRITE_PID_LUT, "-t 3 -p 0x100 -P 8 -O");
     EXPECT_EQ(pidLut(), pidLutLine(0, 12288,
                                    "TSIIDX:002, PID:0x1ffe(8190), PIDIDX:4095, CPU_ROUTE:NO, OUT_ROUTE:YES, "
                                    "FILTIDX:255") +
@@ -100,26 +98,26 @@ TEST_F(TableCmdsTest, PidLutClearsOneRowOrAllOfItsTsi)
 {
     for (const char* tsi : {"2", "3", "4"})
         for (const char* pid : {"0", "0x100", "8190"})
-            run(WRITE_PID_LUT, {"-t", tsi, "-p", pid, "-C"});
+            run(WRITE_PID_LUT, fmt::format("-t {} -p {} -C", tsi, pid));
     const auto rows = [&] { return linesIn(pidLut()); };
     EXPECT_EQ(rows(), 9);
-    run(WRITE_PID_LUT, {"-t", "3", "-p", "0x100", "-c"});
+    run(WRITE_PID_LUT, "-t 3 -p 0x100 -c");
     EXPECT_EQ(rows(), 8);
     EXPECT_THAT(pidLut(), testing::Not(HasSubstr("TSIIDX:003, PID:0x0100")));
-    run(WRITE_PID_LUT, {"-t", "3", "-p", "0x101", "-c"});
+    run(WRITE_PID_LUT, "-t 3 -p 0x101 -c");
     EXPECT_EQ(rows(), 8);
-    run(WRITE_PID_LUT, {"-t", "3", "-c"});
+    run(WRITE_PID_LUT, "-t 3 -c");
     EXPECT_EQ(rows(), 6);
     EXPECT_THAT(pidLut(), testing::Not(HasSubstr("TSIIDX:003")));
-    run(WRITE_PID_LUT, {"-t", "4", "-p", "0", "-c", "-P", "0"});
+    run(WRITE_PID_LUT, "-t 4 -p 0 -c -P 0");
     EXPECT_EQ(rows(), 5) << "the PIDIDX does not matter on clearing";
 }
 
 TEST_F(TableCmdsTest, APidLutRowThatRoutesNowhereGoesWithTheNextEdit)
 {
-    run(WRITE_PID_LUT, {"-t", "9", "-p", "1", "-P", "1"});
+    run(WRITE_PID_LUT, "-t 9 -p 1 -P 1");
     EXPECT_THAT(pidLut(), HasSubstr("TSIIDX:009"));
-    run(WRITE_PID_LUT, {"-t", "3", "-p", "1", "-C"});
+    run(WRITE_PID_LUT, "-t 3 -p 1 -C");
     EXPECT_THAT(pidLut(), testing::Not(HasSubstr("TSIIDX:009")));
 }
 
@@ -129,7 +127,7 @@ TEST_F(TableCmdsTest, OfTwoPidLutRowsWithOneKeyTheFirstStays)
         m_Pid->words[8192 + 2 * row] = 0x00006100;
         m_Pid->words[8192 + 2 * row + 1] = 0x2007 + row;
     }
-    run(WRITE_PID_LUT, {"-t", "9", "-p", "1", "-C"});
+    run(WRITE_PID_LUT, "-t 9 -p 1 -C");
     EXPECT_THAT(pidLut(), HasSubstr("TSIIDX:003, PID:0x0100(0256), PIDIDX:0007"));
     EXPECT_THAT(pidLut(), testing::Not(HasSubstr("PIDIDX:0008")));
 }
@@ -140,27 +138,26 @@ TEST_F(TableCmdsTest, AFullPidLutTakesEditsAtTheDeviceAccessesItNeedsAndNoFurthe
         m_Pid->words[8192 + 2 * row] = row / 8 << 13 | row % 8;
         m_Pid->words[8192 + 2 * row + 1] = 0x1007;
     }
-    run(WRITE_PID_LUT, {"-t", "255", "-p", "7", "-P", "9", "-O"});
+    run(WRITE_PID_LUT, "-t 255 -p 7 -P 9 -O");
     // Active bank: control word and 2048 rows of 2 words. Spare bank: the same, then the control word read and written.
     EXPECT_EQ(m_Pid->accesses, 1U + 4096U + 1U + 4096U + 2U);
     EXPECT_EQ(m_Pid->log.size(), 1U + 2048U + 1U + 2048U + 2U);
     EXPECT_EQ(m_Pid->words[129], 1U);
-    EXPECT_THAT(refusal(WRITE_PID_LUT, {"-t", "255", "-p", "8", "-C"}), HasSubstr("List is 2049 .ZEBTSIF FPGA"));
+    EXPECT_THAT(refusal(WRITE_PID_LUT, "-t 255 -p 8 -C"), HasSubstr("List is 2049 .ZEBTSIF FPGA"));
 }
 
 TEST_F(TableCmdsTest, ATsiHasOneIpLutRowAndRowsStaySorted)
 {
-    run(WRITE_IP_LUT, {"-t", "5", "-i", "239.1.1.2", "-p", "1234"});
-    run(WRITE_IP_LUT, {"-t", "5", "-i", "239.1.1.1", "-p", "1234"});
-    run(WRITE_IP_LUT, {"-t", "6", "-i", "9.255.255.255"});
-    run(WRITE_IP_LUT, {"-t", "7", "-i", "239.1.1.1", "-p", "80"});
+    run(WRITE_IP_LUT, "-t 5 -i 239.1.1.2 -p 1234");
+    run(WRITE_IP_LUT, "-t 5 -i 239.1.1.1 -p 1234");
+    run(WRITE_IP_LUT, "-t 6 -i 9.255.255.255");
+    run(WRITE_IP_LUT, "-t 7 -i 239.1.1.1 -p 80");
     EXPECT_EQ(ipLut(), "000 (0x00000800): IP:9.255.255.255, UDP_PORT:65535, TSIIDX:006, ENABLED:YES\n"
                        "001 (0x00000802): IP:239.1.1.1, UDP_PORT:00080, TSIIDX:007, ENABLED:YES\n"
                        "002 (0x00000804): IP:239.1.1.1, UDP_PORT:01234, TSIIDX:005, ENABLED:YES\n");
-    run(WRITE_IP_LUT, {"-t", "7", "-c", "-i", "garbage", "-p", "70000"});
-    EXPECT_EQ(run(READ_IP_LUT, {"-a", "-i"}),
-              "000 (0x00000800): IP:9.255.255.255, UDP_PORT:65535, TSIIDX:006, ENABLED:YES\n"
-              "001 (0x00000802): IP:239.1.1.1, UDP_PORT:01234, TSIIDX:005, ENABLED:YES\n");
+    run(WRITE_IP_LUT, "-t 7 -c -i garbage -p 70000");
+    EXPECT_EQ(run(READ_IP_LUT, "-a -i"), "000 (0x00000800): IP:9.255.255.255, UDP_PORT:65535, TSIIDX:006, ENABLED:YES\n"
+                                         "001 (0x00000802): IP:239.1.1.1, UDP_PORT:01234, TSIIDX:005, ENABLED:YES\n");
 }
 
 TEST_F(TableCmdsTest, SingleRowsAreWrittenWithTheirDefaultsAndClearedToStuffing)
@@ -168,128 +165,101 @@ TEST_F(TableCmdsTest, SingleRowsAreWrittenWithTheirDefaultsAndClearedToStuffing)
     struct Case
     {
         const TableCmdDecl& write;
-        Words words, clear;
+        const char *arguments, *key;
         const TableCmdDecl& read;
         const char* line;
     };
     const Case cases[] = {
-        {WRITE_TSI_MAP,
-         {"-t", "255", "-P", "7"},
-         {"-t", "255"},
-         READ_TSI_MAP,
+        {WRITE_TSI_MAP, "-t 255 -P 7", "-t 255 ", READ_TSI_MAP,
          "255 (0x000001ff): TSIIDX:255, PIDIDX:0007, ENABLED:YES\n"},
-        {WRITE_TSI_MAP, {}, {}, READ_TSI_MAP, "000 (0x00000100): TSIIDX:000, PIDIDX:4095, ENABLED:YES\n"},
-        {WRITE_O_PID_MAP,
-         {"-P", "7", "-t", "2"},
-         {"-P", "7"},
-         READ_O_PID_MAP,
+        {WRITE_TSI_MAP, "", "", READ_TSI_MAP, "000 (0x00000100): TSIIDX:000, PIDIDX:4095, ENABLED:YES\n"},
+        {WRITE_O_PID_MAP, "-P 7 -t 2", "-P 7 ", READ_O_PID_MAP,
          "0007 (0x0000400e): PIDIDX:0007, OPID:0x1fff(8191), TSOIDX:002, NEXTPIDIDX:0000, ENABLED:YES, REMAP:NO\n"},
-        {WRITE_O_PID_MAP,
-         {"-P", "7", "-p", "0x20", "-N", "8"},
-         {"-P", "7"},
-         READ_O_PID_MAP,
+        {WRITE_O_PID_MAP, "-P 7 -p 0x20 -N 8", "-P 7 ", READ_O_PID_MAP,
          "0007 (0x0000400e): PIDIDX:0007, OPID:0x0020(0032), TSOIDX:000, NEXTPIDIDX:0008, ENABLED:YES, REMAP:YES\n"},
-        {WRITE_O_PID_MAP,
-         {},
-         {},
-         READ_O_PID_MAP,
+        {WRITE_O_PID_MAP, "", "", READ_O_PID_MAP,
          "4095 (0x00005ffe): PIDIDX:4095, OPID:0x1fff(8191), TSOIDX:000, NEXTPIDIDX:0000, ENABLED:YES, REMAP:NO\n"},
-        {WRITE_PHYS_IN_MAP,
-         {"-p", "0", "-t", "9"},
-         {"-p", "0"},
-         READ_PHYS_IN_MAP,
-         "000 (0x00000080): PHYIIDX:00, TSIIDX:009\n"},
-        {WRITE_PHYS_IN_MAP, {}, {}, READ_PHYS_IN_MAP, "063 (0x000000bf): PHYIIDX:63, TSIIDX:000\n"},
-        {WRITE_PHYS_OUT_MAP,
-         {"-t", "4"},
-         {"-t", "4"},
-         READ_PHYS_OUT_MAP,
+        {WRITE_PHYS_IN_MAP, "-p 0 -t 9", "-p 0 ", READ_PHYS_IN_MAP, "000 (0x00000080): PHYIIDX:00, TSIIDX:009\n"},
+        {WRITE_PHYS_IN_MAP, "", "", READ_PHYS_IN_MAP, "063 (0x000000bf): PHYIIDX:63, TSIIDX:000\n"},
+        {WRITE_PHYS_OUT_MAP, "-t 4", "-t 4 ", READ_PHYS_OUT_MAP,
          "004 (0x00000104): TSOIDX:004, PHYOIDX:031, ENABLED:YES\n"},
-        {WRITE_IP_OUT_MAP,
-         {"-t", "4", "-i", "239.129.2.3", "-p", "0", "-r"},
-         {"-t", "4", "-i", "x"},
-         READ_IP_OUT_MAP,
+        {WRITE_IP_OUT_MAP, "-t 4 -i 239.129.2.3 -p 0 -r", "-t 4 -i x ", READ_IP_OUT_MAP,
          "004 (0x00000410): TSOIDX:004, MAC:01:00:5E:01:02:03, IP:239.129.2.3, PORT:00, RTP:YES, ENABLED:YES\n"},
-        {WRITE_IP_OUT_MAP,
-         {},
-         {},
-         READ_IP_OUT_MAP,
+        {WRITE_IP_OUT_MAP, "", "", READ_IP_OUT_MAP,
          "000 (0x00000400): TSOIDX:000, MAC:01:00:5E:40:00:2A, IP:239.192.0.42, PORT:65535, RTP:NO, ENABLED:YES\n"},
     };
     const std::vector<uint32_t> pid = m_Pid->words;
     const std::vector<uint32_t> io = m_Io->words;
     for (const Case& c : cases) {
-        run(c.write, c.words);
+        run(c.write, c.arguments);
         EXPECT_EQ(run(c.read, {"-a"}), c.line);
-        Words clear = c.clear;
-        clear.emplace_back("-c");
-        run(c.write, clear);
+        run(c.write, std::string(c.key) + "-c");
         EXPECT_EQ(m_Pid->words, pid) << c.line;
         EXPECT_EQ(m_Io->words, io) << c.line;
     }
-    run(WRITE_IP_OUT_MAP, {"-t", "4", "-d"});
-    EXPECT_EQ(run(READ_IP_OUT_MAP, {"-a"}), "");
-    EXPECT_THAT(run(READ_IP_OUT_MAP, {"-o", "4", "-s"}), HasSubstr("IP:239.192.0.42, PORT:65535, RTP:NO, ENABLED:NO"));
+    run(WRITE_IP_OUT_MAP, "-t 4 -d");
+    EXPECT_EQ(run(READ_IP_OUT_MAP, "-a"), "");
+    EXPECT_THAT(run(READ_IP_OUT_MAP, "-o 4 -s"), HasSubstr("IP:239.192.0.42, PORT:65535, RTP:NO, ENABLED:NO"));
 
-    run(WRITE_FILTER_TABLE, {"-f", "254", "-n", "255"});
+    run(WRITE_FILTER_TABLE, "-f 254 -n 255");
     EXPECT_EQ(m_Pid->words[512 + 254], 255U);
-    run(WRITE_FILTER_TABLE, {"-f", "254", "-n", "9", "-c"});
+    run(WRITE_FILTER_TABLE, "-f 254 -n 9 -c");
     EXPECT_EQ(m_Pid->words[512 + 254], 0U);
-    run(WRITE_FILTER_TABLE, {"-f", "254"});
+    run(WRITE_FILTER_TABLE, "-f 254");
     EXPECT_EQ(m_Pid->words, pid);
 }
 
 TEST_F(TableCmdsTest, ValuesOutsideTheirRangeAreRefusedBeforeAnythingIsWritten)
 {
-    const std::tuple<const TableCmdDecl&, Words, const char*> cases[] = {
-        {WRITE_PID_LUT, {"-t", "256", "-C"}, "invalid TSIIDX (256)"},
-        {WRITE_PID_LUT, {"-p", "8192", "-C"}, "invalid PID (8192)"},
-        {WRITE_PID_LUT, {"-P", "0", "-C"}, "invalid PIDIDX (0)"},
-        {WRITE_PID_LUT, {"-P", "4096", "-C"}, "invalid PIDIDX (4096)"},
-        {WRITE_PID_LUT, {"-f", "256", "-C"}, "invalid FiltTabIDX (256)"},
-        {WRITE_PID_LUT, {"-t", "256", "-c"}, "invalid TSIIDX (256)"},
-        {WRITE_PID_LUT, {"-t", "3", "-p", "8192", "-c"}, "invalid PID (8192)"},
-        {WRITE_IP_LUT, {"-t", "256"}, "IpInEntry created with invalid TSIidx (256)"},
-        {WRITE_IP_LUT, {"-t", "256", "-c"}, "Attempt to set invalid TSIidx (256)"},
-        {WRITE_IP_LUT, {"-i", "239.1.1"}, "IpInEntry created with invalid IP address (239.1.1)"},
-        {WRITE_IP_LUT, {"-p", "65536"}, "IpInEntry created with invalid UDP port (65536)"},
-        {WRITE_TSI_MAP, {"-t", "256"}, "Cannot create TsiMapEntry - invalid TSIidx (256)"},
-        {WRITE_TSI_MAP, {"-P", "4096"}, "Cannot set TSIidx - invalid TSIidx given (4096)"},
-        {WRITE_O_PID_MAP, {"-P", "0"}, "Cannot create PidMapEntry - invalid PIDidx (0)"},
-        {WRITE_O_PID_MAP, {"-P", "4096", "-c"}, "Cannot create PidMapEntry - invalid PIDidx (4096)"},
-        {WRITE_O_PID_MAP, {"-P", "7", "-N", "7"}, "Cannot set NEXT PIDIX - invalid NEXT_PIDidx value (7)"},
-        {WRITE_O_PID_MAP, {"-P", "7", "-N", "4096"}, "Cannot set NEXT PIDIX - invalid NEXT_PIDidx value (4096)"},
-        {WRITE_O_PID_MAP, {"-P", "7", "-p", "0xDEADBEEF"}, "invalid PID value (3735928559)"},
-        {WRITE_O_PID_MAP, {"-P", "7", "-t", "256"}, "Cannot set TSOidx - invalid TSOidx (256)"},
-        {WRITE_FILTER_TABLE, {"-f", "256"}, "invalid FILTTABIDX (256)"},
-        {WRITE_FILTER_TABLE, {"-n", "256"}, "invalid Packet count value (256)"},
-        {WRITE_PHYS_IN_MAP, {"-p", "64"}, "Cannot create PhysInEntry - invalid PHYIidx (64)"},
-        {WRITE_PHYS_IN_MAP, {"-t", "256"}, "Cannot set TSIidx - invalid TSIidx (256)"},
-        {WRITE_PHYS_OUT_MAP, {"-t", "256"}, "Cannot create PhysOutEntry - invalid TSOidx (256)"},
-        {WRITE_PHYS_OUT_MAP, {"-p", "32"}, "Cannot create PhysOutEntry - invalid PHYOidx (32)"},
-        {WRITE_IP_OUT_MAP, {"-t", "256"}, "TSOIdx out of range"},
-        {WRITE_IP_OUT_MAP, {"-p", "65536"}, "UDPPort out of range"},
-        {WRITE_IP_OUT_MAP, {"-i", "1.2.3"}, "Unable to parse string representation of IPv4 address: \"1.2.3\""},
-        {WRITE_IP_OUT_MAP, {"-i", "10.0.0.1"}, "IP address must be in the multicast range"},
-        {READ_PHYS_IN_MAP, {"-o", "60", "-c", "5"}, "Offset (60) and count (5) exceeds the size (64) of the ZEB PHYS"},
-        {READ_O_PID_MAP, {"-o", "0"}, "Offset value 0 is not permitted in the ZEB O-PID MAP"},
+    const std::tuple<const TableCmdDecl&, const char*, const char*> cases[] = {
+        {WRITE_PID_LUT, "-t 256 -C", "invalid TSIIDX (256)"},
+        {WRITE_PID_LUT, "-p 8192 -C", "invalid PID (8192)"},
+        {WRITE_PID_LUT, "-P 0 -C", "invalid PIDIDX (0)"},
+        {WRITE_PID_LUT, "-P 4096 -C", "invalid PIDIDX (4096)"},
+        {WRITE_PID_LUT, "-f 256 -C", "invalid FiltTabIDX (256)"},
+        {WRITE_PID_LUT, "-t 256 -c", "invalid TSIIDX (256)"},
+        {WRITE_PID_LUT, "-t 3 -p 8192 -c", "invalid PID (8192)"},
+        {WRITE_IP_LUT, "-t 256", "IpInEntry created with invalid TSIidx (256)"},
+        {WRITE_IP_LUT, "-t 256 -c", "Attempt to set invalid TSIidx (256)"},
+        {WRITE_IP_LUT, "-i 239.1.1", "IpInEntry created with invalid IP address (239.1.1)"},
+        {WRITE_IP_LUT, "-p 65536", "IpInEntry created with invalid UDP port (65536)"},
+        {WRITE_TSI_MAP, "-t 256", "Cannot create TsiMapEntry - invalid TSIidx (256)"},
+        {WRITE_TSI_MAP, "-P 4096", "Cannot set TSIidx - invalid TSIidx given (4096)"},
+        {WRITE_O_PID_MAP, "-P 0", "Cannot create PidMapEntry - invalid PIDidx (0)"},
+        {WRITE_O_PID_MAP, "-P 4096 -c", "Cannot create PidMapEntry - invalid PIDidx (4096)"},
+        {WRITE_O_PID_MAP, "-P 7 -N 7", "Cannot set NEXT PIDIX - invalid NEXT_PIDidx value (7)"},
+        {WRITE_O_PID_MAP, "-P 7 -N 4096", "Cannot set NEXT PIDIX - invalid NEXT_PIDidx value (4096)"},
+        {WRITE_O_PID_MAP, "-P 7 -p 0xDEADBEEF", "invalid PID value (3735928559)"},
+        {WRITE_O_PID_MAP, "-P 7 -t 256", "Cannot set TSOidx - invalid TSOidx (256)"},
+        {WRITE_FILTER_TABLE, "-f 256", "invalid FILTTABIDX (256)"},
+        {WRITE_FILTER_TABLE, "-n 256", "invalid Packet count value (256)"},
+        {WRITE_PHYS_IN_MAP, "-p 64", "Cannot create PhysInEntry - invalid PHYIidx (64)"},
+        {WRITE_PHYS_IN_MAP, "-t 256", "Cannot set TSIidx - invalid TSIidx (256)"},
+        {WRITE_PHYS_OUT_MAP, "-t 256", "Cannot create PhysOutEntry - invalid TSOidx (256)"},
+        {WRITE_PHYS_OUT_MAP, "-p 32", "Cannot create PhysOutEntry - invalid PHYOidx (32)"},
+        {WRITE_IP_OUT_MAP, "-t 256", "TSOIdx out of range"},
+        {WRITE_IP_OUT_MAP, "-p 65536", "UDPPort out of range"},
+        {WRITE_IP_OUT_MAP, "-i 1.2.3", "Unable to parse string representation of IPv4 address: \"1.2.3\""},
+        {WRITE_IP_OUT_MAP, "-i 10.0.0.1", "IP address must be in the multicast range"},
+        {READ_PHYS_IN_MAP, "-o 60 -c 5", "Offset (60) and count (5) exceeds the size (64) of the ZEB PHYS"},
+        {READ_O_PID_MAP, "-o 0", "Offset value 0 is not permitted in the ZEB O-PID MAP"},
     };
-    for (const auto& [decl, words, text] : cases)
-        EXPECT_THAT(refusal(decl, words), HasSubstr(text));
+    for (const auto& [decl, line, text] : cases)
+        EXPECT_THAT(refusal(decl, line), HasSubstr(text));
 }
 
 TEST_F(TableCmdsTest, ReadCommandsTakeTheFirstRowUnlessToldOtherwise)
 {
-    EXPECT_EQ(run(READ_PID_LUT, {}), "");
-    EXPECT_THAT(run(READ_PID_LUT, {"-s"}), testing::StartsWith("000 (0x00002000): TSIIDX:255"));
-    EXPECT_THAT(run(READ_O_PID_MAP, {"-s"}), testing::StartsWith("0001 (0x00004002): PIDIDX:0001"));
-    EXPECT_THAT(run(READ_PID_LUT, {"-s", "-i", "-o", "1"}), testing::StartsWith("001 (0x00003002): "));
+    EXPECT_EQ(run(READ_PID_LUT, ""), "");
+    EXPECT_THAT(run(READ_PID_LUT, "-s"), testing::StartsWith("000 (0x00002000): TSIIDX:255"));
+    EXPECT_THAT(run(READ_O_PID_MAP, "-s"), testing::StartsWith("0001 (0x00004002): PIDIDX:0001"));
+    EXPECT_THAT(run(READ_PID_LUT, "-s -i -o 1"), testing::StartsWith("001 (0x00003002): "));
     for (const auto& [decl, rows] :
          {std::pair(&READ_PID_LUT, 2048), std::pair(&READ_O_PID_MAP, 4095), std::pair(&READ_PHYS_IN_MAP, 64),
           std::pair(&READ_TSI_MAP, 256), std::pair(&READ_IP_LUT, 256), std::pair(&READ_IP_OUT_MAP, 256),
           std::pair(&READ_PHYS_OUT_MAP, 256)}) {
-        EXPECT_EQ(run(*decl, {"-a"}), "");
-        const std::string all = run(*decl, {"-a", "-s", "-o", "5", "-c", "3"});
+        EXPECT_EQ(run(*decl, "-a"), "");
+        const std::string all = run(*decl, "-a -s -o 5 -c 3");
         EXPECT_EQ(linesIn(all), rows);
     }
 }

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <sstream>
+#include <tuple>
 
 using namespace Osl::Drivers::Zeb;
 using Osl::CppUtil::InvalidArgumentError;
@@ -22,6 +23,7 @@ using testing::StartsWith;
 
 namespace {
 
+using Words = std::vector<uint32_t>;
 using Print = void (*)(IMemIf&, uint32_t, uint32_t, bool, bool, std::ostream&);
 
 constexpr bool ACTIVE = false, INACTIVE = true;
@@ -31,7 +33,7 @@ constexpr bool IN_USE = false, ALL = true;
 struct Block : FakeMem
 {
     Block() : FakeMem(0x8000) {}
-    Block& put(uint32_t offset, const std::vector<uint32_t>& row)
+    Block& put(uint32_t offset, const Words& row)
     {
         std::copy(row.begin(), row.end(), words.begin() + offset);
         return *this;
@@ -48,31 +50,26 @@ struct Block : FakeMem
 
 TEST(ReadOutTest, LinesShowEveryFieldInItsWidth)
 {
-    Block pid;
-    pid.put(8192 + 2 * 5, {0x00006100, 0xFF002007}).put(256 + 9, {0x1007}).put(16384 + 2 * 12, {0x00602002, 13});
-    EXPECT_EQ(pid.printed(printPidLut, 5, 1, ACTIVE, IN_USE),
-              "005 (0x0000200a): TSIIDX:003, PID:0x0100(0256), PIDIDX:0007, CPU_ROUTE:YES, OUT_ROUTE:NO, "
-              "FILTIDX:255\n");
-    EXPECT_EQ(pid.printed(printTsiMap, 9, 1, ACTIVE, IN_USE),
-              "009 (0x00000109): TSIIDX:009, PIDIDX:0007, ENABLED:YES\n");
-    EXPECT_EQ(pid.printed(printOPidMap, 12, 1, ACTIVE, IN_USE),
-              "0012 (0x00004018): PIDIDX:0012, OPID:0x0020(0032), TSOIDX:002, NEXTPIDIDX:0013, ENABLED:YES, "
-              "REMAP:YES\n");
-    pid.put(8192 + 2 * 2047, {0x001FFFFF, 0xFF001FFE});
-    EXPECT_EQ(pid.printed(printPidLut, 2047, 1, ACTIVE, IN_USE),
-              "2047 (0x00002ffe): TSIIDX:255, PID:0x1fff(8191), PIDIDX:4094, CPU_ROUTE:NO, OUT_ROUTE:YES, "
-              "FILTIDX:255\n");
-
-    Block io;
-    io.put(2048 + 2 * 3, {0xEFC0002A, 0x01020050}).put(128 + 6, {7}).put(256 + 8, {0x103});
-    io.put(1024 + 4 * 10, {0x00000100, 0x5EC0002A, 0xEFC0002A, 0x00030005});
-    EXPECT_EQ(io.printed(printIpLut, 3, 1, ACTIVE, IN_USE),
-              "003 (0x00000806): IP:239.192.0.42, UDP_PORT:00080, TSIIDX:002, ENABLED:YES\n");
-    EXPECT_EQ(io.printed(printPhysInMap, 6, 1, ACTIVE, IN_USE), "006 (0x00000086): PHYIIDX:06, TSIIDX:007\n");
-    EXPECT_EQ(io.printed(printPhysOutMap, 8, 1, ACTIVE, IN_USE),
-              "008 (0x00000108): TSOIDX:008, PHYOIDX:003, ENABLED:YES\n");
-    EXPECT_EQ(io.printed(printIpOutMap, 10, 1, ACTIVE, IN_USE),
-              "010 (0x00000428): TSOIDX:010, MAC:01:00:5E:C0:00:2A, IP:239.192.0.42, PORT:05, RTP:YES, ENABLED:YES\n");
+    const auto expectLine = [](Print print, uint32_t row, uint32_t offset, const Words& words, const char* line) {
+        EXPECT_EQ(Block().put(offset, words).printed(print, row, 1, ACTIVE, IN_USE), line);
+    };
+    expectLine(printPidLut, 5, 8202, {0x00006100, 0xFF002007},
+               "005 (0x0000200a): TSIIDX:003, PID:0x0100(0256), PIDIDX:0007, CPU_ROUTE:YES, OUT_ROUTE:NO, "
+               "FILTIDX:255\n");
+    expectLine(printPidLut, 2047, 12286, {0x001FFFFF, 0x01001FFE},
+               "2047 (0x00002ffe): TSIIDX:255, PID:0x1fff(8191), PIDIDX:4094, CPU_ROUTE:NO, OUT_ROUTE:YES, "
+               "FILTIDX:001\n");
+    expectLine(printTsiMap, 9, 265, {0x1007}, "009 (0x00000109): TSIIDX:009, PIDIDX:0007, ENABLED:YES\n");
+    expectLine(printOPidMap, 12, 16408, {0x00602002, 13},
+               "0012 (0x00004018): PIDIDX:0012, OPID:0x0020(0032), TSOIDX:002, NEXTPIDIDX:0013, ENABLED:YES, "
+               "REMAP:YES\n");
+    expectLine(printIpLut, 3, 2054, {0xEFC0002A, 0x01020050},
+               "003 (0x00000806): IP:239.192.0.42, UDP_PORT:00080, TSIIDX:002, ENABLED:YES\n");
+    expectLine(printPhysInMap, 6, 134, {7}, "006 (0x00000086): PHYIIDX:06, TSIIDX:007\n");
+    expectLine(printPhysOutMap, 8, 264, {0x103}, "008 (0x00000108): TSOIDX:008, PHYOIDX:003, ENABLED:YES\n");
+    expectLine(printIpOutMap, 10, 1064, {0x00000100, 0x5EC0002A, 0xEFC0002A, 0x00030005},
+               "010 (0x00000428): TSOIDX:010, MAC:01:00:5E:C0:00:2A, IP:239.192.0.42, PORT:05, RTP:YES, "
+               "ENABLED:YES\n");
 }
 
 TEST(ReadOutTest, RowsThatAreNotInUseAreShownOnRequestOnly)
@@ -81,7 +78,7 @@ TEST(ReadOutTest, RowsThatAreNotInUseAreShownOnRequestOnly)
     {
         Print print;
         uint32_t offset;
-        std::vector<uint32_t> unused, used;
+        Words unused, used;
     };
     const Case cases[] = {
         {printPidLut, 8192, {0x001FFFFF, 0xFF000FFF}, {0x001FFFFF, 0xFF000FFE}},
@@ -140,30 +137,21 @@ TEST(ReadOutTest, RowsBeyondTheTableAreRefusedBeforeAnyAccess)
                            "is a reserved value.("));
 }
 
-TEST(ReadOutTest, ThePidLutIsReadFromTheBankAskedFor)
+TEST(ReadOutTest, ThePidLutIsReadFromTheBankAskedForAndTheIpLutAtOneAddress)
 {
     Block block;
-    block.put(8192, {0, 0x1001}).put(12288, {0, 0x1002});
-    const auto pidIdx = [&](bool inactive) { return getPidLut(block, 0, 1, inactive, IN_USE).front().getPIDIDX(); };
+    block.put(8192, {0, 0x1001}).put(12288, {0, 0x1002}).put(2048, {0xEF000001, 0x01050001});
     for (const uint32_t control : {0xFFFFFFFEU, 0xFFFFFFFFU}) {
-        block.words[129] = control;
-        EXPECT_EQ(getActivePidLutBank(block), control % 2 == 1);
-        EXPECT_EQ(pidIdx(ACTIVE), control % 2 == 0 ? 1 : 2);
-        EXPECT_EQ(pidIdx(INACTIVE), control % 2 == 0 ? 2 : 1);
-        EXPECT_THAT(block.printed(printPidLut, 0, 1, ACTIVE, IN_USE),
-                    StartsWith(control % 2 == 0 ? "000 (0x00002000)" : "000 (0x00003000)"));
-    }
-}
-
-TEST(ReadOutTest, TheIpLutIsReadAtOneAddress)
-{
-    Block block;
-    block.put(2048, {0xEF000001, 0x01050001});
-    for (const uint32_t control : {0, 1}) {
-        block.words[0] = control;
-        EXPECT_EQ(getActiveIpLutBank(block), control == 1);
-        for (const bool inactive : {ACTIVE, INACTIVE})
+        const bool bank = control % 2 == 1;
+        block.words[129] = block.words[0] = control;
+        EXPECT_EQ(getActivePidLutBank(block), bank);
+        EXPECT_EQ(getActiveIpLutBank(block), bank);
+        for (const bool inactive : {ACTIVE, INACTIVE}) {
+            EXPECT_EQ(getPidLut(block, 0, 1, inactive, IN_USE).front().getPIDIDX(), bank != inactive ? 2 : 1);
+            EXPECT_THAT(block.printed(printPidLut, 0, 1, inactive, IN_USE),
+                        StartsWith(bank != inactive ? "000 (0x00003000)" : "000 (0x00002000)"));
             EXPECT_EQ(getIpLut(block, 0, 256, inactive, IN_USE).front().getTSIidx(), 5);
+        }
     }
 }
 
@@ -212,26 +200,21 @@ TEST(ReadOutTest, ADeviceThatFailsHalfWayLeavesTheLinesBefore)
 
 TEST(PortNamesTest, NamesLeadToTheirIndicesAndGapsStayGaps)
 {
-    EXPECT_EQ(physicalInputs().size(), 32U);
-    EXPECT_EQ(physicalOutputs().size(), 26U);
-    EXPECT_EQ(mediaPlayers().size(), 4U);
-    EXPECT_EQ(tunerIndex(0), 0U);
-    EXPECT_EQ(tunerIndex(15), 15U);
-    EXPECT_EQ(tunerIndex(16), 32U);
-    EXPECT_EQ(tunerIndex(21), 37U);
-    EXPECT_EQ(camInputIndex(7), 23U);
-    EXPECT_EQ(camOutputIndex(0), 16U);
-    EXPECT_EQ(scmInputIndex(0), 24U);
-    EXPECT_EQ(scmOutputIndex(7), 31U);
-    EXPECT_EQ(modulatorIndex(15), 15U);
-    EXPECT_EQ(mediaPlayerIndex(3), 3U);
+    EXPECT_THAT((std::array{physicalInputs().size(), physicalOutputs().size(), mediaPlayers().size()}),
+                ElementsAre(32, 26, 4));
     EXPECT_EQ(physicalOutputs().at("modulator3"), 3U);
     EXPECT_EQ(physicalInputs().count("modulator3"), 0U);
+
+    using Index = uint32_t (*)(uint32_t);
+    const std::tuple<Index, uint32_t, uint32_t> ports[] = {
+        {tunerIndex, 0, 0},       {tunerIndex, 15, 15},    {tunerIndex, 16, 32},   {tunerIndex, 21, 37},
+        {camInputIndex, 7, 23},   {camOutputIndex, 0, 16}, {scmInputIndex, 0, 24}, {scmOutputIndex, 7, 31},
+        {modulatorIndex, 15, 15}, {mediaPlayerIndex, 3, 3}};
+    for (const auto& [index, number, expected] : ports)
+        EXPECT_EQ(index(number), expected) << number;
     EXPECT_EQ(failureOf<std::out_of_range>([] { scmInputIndex(1); }), "map::at");
-    for (uint32_t (*index)(uint32_t) : {camInputIndex, camOutputIndex})
-        EXPECT_THROW(index(8), std::out_of_range);
-    EXPECT_THROW(tunerIndex(22), std::out_of_range);
-    EXPECT_THROW(modulatorIndex(16), std::out_of_range);
-    EXPECT_THROW(scmOutputIndex(6), std::out_of_range);
-    EXPECT_THROW(mediaPlayerIndex(4), std::out_of_range);
+    const std::pair<Index, uint32_t> gaps[] = {{camInputIndex, 8},   {camOutputIndex, 8}, {tunerIndex, 22},
+                                               {modulatorIndex, 16}, {scmOutputIndex, 6}, {mediaPlayerIndex, 4}};
+    for (const auto& [index, number] : gaps)
+        EXPECT_THROW(index(number), std::out_of_range) << number;
 }
