@@ -2,7 +2,7 @@
 
 #include <osl/cpputils/assertion.h>
 #include <osl/cpputils/netaddress.h>
-#include <osl/testing/fake_mem.h>
+#include <osl/testing/failing_block.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/diag/iplut_diag.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/diag/pidlut_diag.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/filtertabentry.h>
@@ -51,9 +51,11 @@ void checkAddress(const std::string& text)
 
 void checkPrinting(const Words& words)
 {
-    Osl::Testing::FakeMem memory(0x8000);
-    for (std::size_t i = 0; i < memory.words.size(); ++i)
-        memory.words[i] = words[i % words.size()];
+    static std::size_t accessesLeft = 0;
+    accessesLeft = SIZE_MAX;
+    static Osl::Testing::FailingBlock memory(TableBlock::PID, 0x8000, accessesLeft);
+    for (auto row = memory.words.begin(); row != memory.words.end(); row += 4)
+        std::copy(words.begin(), words.end(), row);
     for (const auto print :
          {&printPidLut, &printTsiMap, &printOPidMap, &printIpLut, &printPhysInMap, &printIpOutMap, &printPhysOutMap}) {
         std::ostringstream out;

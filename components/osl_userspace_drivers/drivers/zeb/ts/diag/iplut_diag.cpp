@@ -9,23 +9,23 @@
 namespace Osl::Drivers::Zeb {
 namespace {
 
-constexpr TableReadOut<IpInEntry> IP_LUT_READ_OUT{
-    IP_LUT, 3, [](const IpInEntry& entry) { return !entry.isEnabled(); },
-    [](LineBuffer& line, uint32_t, const IpInEntry& entry) {
-        append(line, FMT_COMPILE("IP:{}, UDP_PORT:{:05}, TSIIDX:{:03}, ENABLED:{}"), entry.getIpAddress().toString(),
-               entry.getUdpPort(), entry.getTSIidx(), yesOrNo(entry.isEnabled()));
-    }};
+constexpr TableReadOut<IpInEntry> IP_LUT_READ_OUT{IP_LUT, 3, [](const IpInEntry& entry) { return !entry.isEnabled(); },
+                                                  [](LineBuffer& line, uint32_t, const IpInEntry& entry) {
+                                                      append(line, "IP:{}, UDP_PORT:{:05}, TSIIDX:{:03}, ENABLED:{}",
+                                                             entry.getIpAddress().toString(), entry.getUdpPort(),
+                                                             entry.getTSIidx(), yesOrNo(entry.isEnabled()));
+                                                  }};
 
 constexpr TableReadOut<PhysInEntry> PHYS_IN_MAP_READ_OUT{
     PHYS_IN_MAP, 3, [](const PhysInEntry& entry) { return entry.getTSIidx() == PhysInEntry::STUFFING_TSI; },
     [](LineBuffer& line, uint32_t row, const PhysInEntry& entry) {
-        append(line, FMT_COMPILE("PHYIIDX:{:02}, TSIIDX:{:03}"), row, entry.getTSIidx());
+        append(line, "PHYIIDX:{:02}, TSIIDX:{:03}", row, entry.getTSIidx());
     }};
 
 constexpr TableReadOut<IpOutEntry> IP_OUT_MAP_READ_OUT{
     IP_OUT_MAP, 3, [](const IpOutEntry& entry) { return !entry.isEnabled(); },
     [](LineBuffer& line, uint32_t row, const IpOutEntry& entry) {
-        append(line, FMT_COMPILE("TSOIDX:{:03}, MAC:{}, IP:{}, PORT:{:02}, RTP:{}, ENABLED:{}"), row,
+        append(line, "TSOIDX:{:03}, MAC:{}, IP:{}, PORT:{:02}, RTP:{}, ENABLED:{}", row,
                entry.getMacAddress().toString(), entry.getIpAddress().toString(), entry.getUdpPort(),
                yesOrNo(entry.isRtp()), yesOrNo(entry.isEnabled()));
     }};
@@ -33,8 +33,7 @@ constexpr TableReadOut<IpOutEntry> IP_OUT_MAP_READ_OUT{
 constexpr TableReadOut<PhysOutEntry> PHYS_OUT_MAP_READ_OUT{
     PHYS_OUT_MAP, 3, [](const PhysOutEntry& entry) { return !entry.isEnabled(); },
     [](LineBuffer& line, uint32_t row, const PhysOutEntry& entry) {
-        append(line, FMT_COMPILE("TSOIDX:{:03}, PHYOIDX:{:03}, ENABLED:{}"), row, entry.getPHYOidx(),
-               yesOrNo(entry.isEnabled()));
+        append(line, "TSOIDX:{:03}, PHYOIDX:{:03}, ENABLED:{}", row, entry.getPHYOidx(), yesOrNo(entry.isEnabled()));
     }};
 
 } // namespace

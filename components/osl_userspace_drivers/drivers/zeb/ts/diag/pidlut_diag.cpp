@@ -15,7 +15,7 @@ const TableReadOut<PidLutEntry> PID_LUT_READ_OUT{
         return entry == STUFFING;
     },
     [](LineBuffer& line, uint32_t, const PidLutEntry& entry) {
-        append(
+        appendFast(
             line,
             FMT_COMPILE("TSIIDX:{:03}, PID:0x{:04x}({:04}), PIDIDX:{:04}, CPU_ROUTE:{}, OUT_ROUTE:{}, FILTIDX:{:03}"),
             entry.getTSIIDX(), entry.getPID(), entry.getPID(), entry.getPIDIDX(), yesOrNo(entry.isCpuRoute()),
@@ -25,17 +25,17 @@ const TableReadOut<PidLutEntry> PID_LUT_READ_OUT{
 constexpr TableReadOut<TsiMapEntry> TSI_MAP_READ_OUT{
     TSI_MAP, 3, [](const TsiMapEntry& entry) { return !entry.isEnabled(); },
     [](LineBuffer& line, uint32_t row, const TsiMapEntry& entry) {
-        append(line, FMT_COMPILE("TSIIDX:{:03}, PIDIDX:{:04}, ENABLED:{}"), row, entry.getPIDidx(),
-               yesOrNo(entry.isEnabled()));
+        append(line, "TSIIDX:{:03}, PIDIDX:{:04}, ENABLED:{}", row, entry.getPIDidx(), yesOrNo(entry.isEnabled()));
     }};
 
 constexpr TableReadOut<PidMapEntry> O_PID_MAP_READ_OUT{
     O_PID_MAP, 4, [](const PidMapEntry& entry) { return !entry.isEnabled(); },
     [](LineBuffer& line, uint32_t row, const PidMapEntry& entry) {
-        append(line,
-               FMT_COMPILE("PIDIDX:{:04}, OPID:0x{:04x}({:04}), TSOIDX:{:03}, NEXTPIDIDX:{:04}, ENABLED:{}, REMAP:{}"),
-               row, entry.getRemapPID(), entry.getRemapPID(), entry.getTSOidx(), entry.getNextPIDidx(),
-               yesOrNo(entry.isEnabled()), yesOrNo(entry.isRemap()));
+        appendFast(
+            line,
+            FMT_COMPILE("PIDIDX:{:04}, OPID:0x{:04x}({:04}), TSOIDX:{:03}, NEXTPIDIDX:{:04}, ENABLED:{}, REMAP:{}"),
+            row, entry.getRemapPID(), entry.getRemapPID(), entry.getTSOidx(), entry.getNextPIDidx(),
+            yesOrNo(entry.isEnabled()), yesOrNo(entry.isRemap()));
     }};
 
 bool routesNowhere(const PidLutEntry& entry) { return !entry.isCpuRoute() && !entry.isOutRoute(); }

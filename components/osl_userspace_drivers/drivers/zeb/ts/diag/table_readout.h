@@ -40,9 +40,15 @@ uint32_t firstWord(IMemIf& memory, const TableLayout& table, const RowSelection&
 
 inline const char* yesOrNo(bool flag) { return flag ? "YES" : "NO"; }
 
-/// `format` is a FMT_COMPILE text: parsing a text for each of thousands of lines would take longer than all else.
-template <class Format, class... Args>
-void append(LineBuffer& line, const Format& format, const Args&... args)
+template <class... Args>
+void append(LineBuffer& line, fmt::format_string<Args...> format, Args&&... args)
+{
+    fmt::format_to(std::back_inserter(line), format, std::forward<Args>(args)...);
+}
+
+/// The same for a FMT_COMPILE text, for tables of thousands of rows: three times as fast, for some 10 kB of code each.
+template <class Compiled, class... Args>
+void appendFast(LineBuffer& line, const Compiled& format, const Args&... args)
 {
     fmt::format_to(std::back_inserter(line), format, args...);
 }
@@ -100,7 +106,7 @@ void printTable(IMemIf& memory, const TableReadOut<Entry>& readOut, const RowSel
     GatheredLines lines(out);
     visitRows<Entry>(memory, readOut.table, selection, readOut.isUnused,
                      [&](uint32_t row, uint32_t word, const Entry& entry) {
-                         append(lines.buffer(), FMT_COMPILE("{:0{}} (0x{:08x}): "), row, readOut.rowDigits, word);
+                         appendFast(lines.buffer(), FMT_COMPILE("{:0{}} (0x{:08x}): "), row, readOut.rowDigits, word);
                          readOut.formatFields(lines.buffer(), row, entry);
                          lines.endLine();
                      });
