@@ -21,7 +21,8 @@ void checkLine(const std::string& line)
     try {
         const ParsedShellCmd command(line);
         OSL_ASSERT(command.getRawLine() == line);
-        OSL_ASSERT(command.getName().find(' ') == std::string::npos);
+        // Only a blank that ends the line belongs to the name.
+        OSL_ASSERT(command.getName().find(' ') == std::string::npos || command.getArguments().empty());
         std::string quoted = command.getName();
         for (const std::string& argument : command.getArguments()) {
             if (argument.find('"') != std::string::npos)
@@ -30,7 +31,7 @@ void checkLine(const std::string& line)
         }
         if (quoted.empty())
             return;
-        const ParsedShellCmd again(quoted + ' ');
+        const ParsedShellCmd again(quoted);
         OSL_ASSERT(again.getName() == command.getName() && again.getArguments() == command.getArguments());
     } catch (const Osl::CppUtil::ParsingError&) {
     }
