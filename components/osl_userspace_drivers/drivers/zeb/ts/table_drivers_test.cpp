@@ -28,7 +28,7 @@ constexpr uint32_t PID_CONTROL = 129;
 constexpr uint32_t IO_CONTROL = 0;
 const Words PID_STUFFING{0x001FFFFF, 0xFF000FFF};
 const Words IP_STUFFING{0, 0x00FFFFFF};
-const std::string PREFIX = "Driver (user space) error: ZEB Driver (user space) error: ";
+const std::string DRIVER_ERROR = "Driver (user space) error: ZEB Driver (user space) error: ";
 
 PidLutImage pidLut(uint32_t rows)
 {
@@ -95,7 +95,7 @@ TEST_F(TableDriversTest, SayWhatTheyAreAndRefuseNoMemory)
                 ElementsAre(256, 256, 0xFFFFFFFF));
     for (void (*make)() : {+[] { PidLutMapDriver driver(nullptr); }, +[] { TsIoDriver driver(nullptr); }})
         EXPECT_THAT(failureOf<ZebDriverError>(make),
-                    StartsWith(PREFIX + "Fatal error: invalid IMemIf reference in constructor("));
+                    StartsWith(DRIVER_ERROR + "Fatal error: invalid IMemIf reference in constructor("));
 }
 
 TEST_F(TableDriversTest, BanksAreFilledRowByRowInOrderAndThenSwitched)
@@ -124,7 +124,7 @@ TEST_F(TableDriversTest, FullTablesTakeNoStuffingAndFurtherOrUnsortedEntriesAreR
     m_Io.writeIpInLut(ipLut(256));
     EXPECT_EQ(m_IoMem->words[2048 + 2 * 255], 0xEF0000FFU);
 
-    const std::string length = PREFIX + "API error: Invalid length of list containing ";
+    const std::string length = DRIVER_ERROR + "API error: Invalid length of list containing ";
     EXPECT_THAT(refusalOf([&] { m_Pid.writePidLut(pidLut(2049)); }),
                 StartsWith(length + "PidLut entries. List is 2049 .ZEBTSIF FPGA supports a maximum of 2048.("));
     EXPECT_THAT(refusalOf([&] { m_Io.writeIpInLut(ipLut(257)); }),
@@ -132,7 +132,7 @@ TEST_F(TableDriversTest, FullTablesTakeNoStuffingAndFurtherOrUnsortedEntriesAreR
     for (const std::list<IpInEntry>& unsorted : {std::list<IpInEntry>{{1, "239.0.0.2", 100}, {2, "239.0.0.1", 200}},
                                                  std::list<IpInEntry>{{1, "239.0.0.1", 200}, {2, "239.0.0.1", 100}}})
         EXPECT_THAT(refusalOf([&] { m_Io.writeIpInLut(unsorted); }),
-                    StartsWith(PREFIX + "API error: An unsorted list was supplied to \"writeIpInLut\" handle.("));
+                    StartsWith(DRIVER_ERROR + "API error: An unsorted list was supplied to \"writeIpInLut\" handle.("));
     EXPECT_NO_THROW(m_Io.writeIpInLut({{1, "239.0.0.1", 100}, {2, "239.0.0.1", 100}}));
 }
 
