@@ -6,6 +6,8 @@ import tempfile
 import time
 from pathlib import Path
 
+from streaming import watch_memory
+
 sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "tests"))
 
 from harness import ts  # noqa: E402  (needs the path above)
@@ -13,19 +15,6 @@ from harness import ts  # noqa: E402  (needs the path above)
 SECONDS = 20
 MAX_MEMORY_KB = 12 * 1024
 CHANNEL = "/dev/zebtsif_pktio_tx0"
-
-
-def resident_kb(sandbox):
-    """Resident memory of the tool, which is bubblewrap's child or has taken its place; 0 when it is not there."""
-    try:
-        children = Path(f"/proc/{sandbox}/task/{sandbox}/children").read_text().split()
-        for pid in [str(sandbox), *children]:
-            status = dict(line.split(":\t", 1) for line in Path(f"/proc/{pid}/status").read_text().splitlines())
-            if status["Name"] == "zeb_fpga_shell":
-                return int(status.get("VmRSS", "0 kB").split()[0])
-    except OSError:
-        pass
-    return 0
 
 
 def main():
@@ -42,16 +31,12 @@ def main():
         command = [tool, "wrtspackets", "-q", "-l", "-i", "5", "-f", stream, "-n", str(count)]
         started = time.monotonic()
         sender = subprocess.Popen([*map(str, sandbox), *map(str, command)], stdout=subprocess.PIPE)
-        memory = []
-        while sender.poll() is None and checker.poll() is None:
-            memory.append(resident_kb(sender.pid))
-            time.sleep(0.1)
+        memory = watch_memory(sender, checker)
         if checker.poll():  # it has said why
             sender.terminate()
             return 1
         print(sender.communicate()[0].decode(), end="")
         print(checker.communicate()[0].decode(), end="")
-        memory = [kb for kb in memory if kb] or [0]
         print(
             f"{time.monotonic() - started:.1f} s; resident memory: {memory[len(memory) // 4]} kB after a quarter, "
             f"{max(memory)} kB at most"
