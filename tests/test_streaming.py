@@ -5,6 +5,7 @@ import re
 import signal
 import subprocess
 import time
+import tty
 
 import pytest
 
@@ -32,6 +33,15 @@ def streams(tmp_path_factory):
         return path
 
     return stream
+
+
+def test_streams_hold_what_they_are_made_for(streams):
+    plain, programmes, wrap = (ts.packets_of(streams(name).read_bytes()) for name in ("plain", "programmes", "wrap"))
+    assert any(packet.pid == NULL_PID for packet in plain)
+    assert any(packet.pcr is not None and not packet.has_payload for packet in plain)
+    assert len({packet.pid for packet in programmes if packet.pcr is not None}) == 2
+    pcrs = [packet.pcr for packet in wrap if packet.pcr is not None]
+    assert sum(after < before for before, after in zip(pcrs, pcrs[1:])) == 1
 
 
 class Recorder:
@@ -222,6 +232,55 @@ def test_ctrl_c_ends_a_send_with_whole_segments_and_the_summary(streams, recorde
     assert sum(len(segment.packets) for segment in recorder.segments()) == packets
 
 
+def start_send(channel, *args):
+    """Begins a send to a device of this machine that stands for channel 0."""
+    sandbox = ["bwrap", "--dev-bind", "/", "/", "--dev", "/dev", "--dev-bind", channel, "/dev/zebtsif_pktio_tx0", "--"]
+    command = [*map(str, sandbox), str(TOOL), "wrtspackets", "-i", "5", *map(str, args)]
+    return subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+
+
+def assert_failed(sender, message):
+    out, err = sender.communicate(timeout=TIMEOUT)
+    assert sender.returncode == 255
+    assert message in without_places(err) and err.count("Encountered an error: ") == 1
+    return int(re.match(r"Sent (\d+) packets, ", out)[1])
+
+
+def test_device_that_refuses_a_segment_ends_the_send(streams):
+    assert assert_failed(start_send("/dev/full", "-f", streams("plain")), "No space left on device (errno 28)") == 0
+
+
+def test_device_that_goes_away_in_a_transfer_ends_the_send(streams):
+    master, slave = os.openpty()
+    tty.setraw(slave)
+    sender = start_send(os.ttyname(slave), "-l", "-f", streams("plain"))
+    taken = 0
+    while taken < 500_000:
+        taken += len(os.read(master, 65536))
+    os.close(slave)
+    os.close(master)
+    packets = assert_failed(sender, "The device took only ")
+    unread = 100_000  # at most, in the terminal's buffers
+    assert 0 < packets * ts.RECORD <= taken + unread
+
+
+def test_file_that_shrinks_ends_the_send_after_what_is_left(streams, tmp_path):
+    data = streams("fast").read_bytes()
+    source, channel = tmp_path / "shrinking.ts", tmp_path / "channel"
+    source.write_bytes(data)
+    os.mkfifo(channel)
+    with open(os.open(channel, os.O_RDWR | os.O_NONBLOCK), "rb", buffering=0) as keeper:
+        sender = start_send(channel, "-b", 1000, "-f", source)
+        with open(channel, "rb") as device:
+            transfers = device.read(100_000)
+            os.truncate(source, 5_000_100)
+            keeper.close()
+            transfers += device.read()
+    packets = assert_failed(sender, f"{source} ends at byte 5000100 now, it had {len(data)} bytes when it was opened")
+    sent = b"".join(packet.data for segment in ts.segments_of(transfers) for packet in segment.packets)
+    assert sent == data[: 5_000_100 // ts.TS * ts.TS] and packets == 5_000_100 // ts.TS
+
+
 def reset_packet_port(board):
     """Forgets the packets that earlier tests left behind, once the last of them has left its channel."""
     counters = None
@@ -290,12 +349,39 @@ def test_capture_without_packets_gives_up(board):
     assert board.run("rdtspackets", "-f", "/nowhere/x").status == 255
 
 
-@pytest.mark.parametrize("command", ["tsinrate -c", "tsoutrate -c", "tsotsibitrate -a -c", "rdtspackets -c 0 -T 0"])
-def test_ctrl_c_ends_long_commands_at_once(board, command):
+def test_ctrl_c_ends_a_capture_with_what_came(board, streams, tmp_path):
+    route_to_cpu(board, (5, 0x100))
+    reset_packet_port(board)
+    captured = tmp_path / "captured.ts"
     result = board.sh(
-        f"zeb_fpga_shell {command} & p=$!; sleep 0.3; s=$(date +%s%N); kill -INT $p; wait $p; r=$?; "
+        f"zeb_fpga_shell wrtspackets -q -l -i 5 -f {streams('plain')} >/dev/null & sender=$!; "
+        f"zeb_fpga_shell rdtspackets -c 0 -T 0 -s -f {captured} & capture=$!; "
+        f"until [ -s {captured} ]; do sleep 0.05; done; "
+        "kill -INT $capture; wait $capture; status=$?; kill -INT $sender; wait $sender; exit $status"
+    )
+    assert (result.status, result.err) == (0, "")
+    count = len(ts.packets_of(captured.read_bytes()))
+    assert re.match(rf"TSI 5 PID 0x0100 \(256\): {count} packets, ", result.out)
+
+
+@pytest.mark.parametrize(
+    "command, measures",
+    [
+        ("tsinrate -c -t 50", True),
+        ("tsoutrate -c -t 50", True),
+        ("tsotsibitrate -i 5 -c -t 50", True),
+        ("rdtspackets -c 0 -T 0", False),
+    ],
+)
+def test_ctrl_c_ends_long_commands_at_once_between_lines(board, command, measures):
+    reset_packet_port(board)
+    result = board.sh(
+        f"zeb_fpga_shell {command} & p=$!; sleep 0.5; s=$(date +%s%N); kill -INT $p; wait $p; r=$?; "
         "echo $r $(( ($(date +%s%N) - s) / 1000000 ))"
     )
-    status, milliseconds = map(int, result.out.splitlines()[-1].split())
+    *lines, last = result.out.splitlines()
+    status, milliseconds = map(int, last.split())
     assert status == 0
     assert milliseconds < 1000  # 100 ms on an idle machine
+    rate = re.compile(r"(TSI\(5\): )?\S+ [kM]?bit/s \(\d+ bytes in 0\.\d\d seconds\)")
+    assert all(rate.fullmatch(line) for line in lines) and bool(lines) == measures
