@@ -178,11 +178,14 @@ def test_standard_input_and_fixed_counters(streams, recorder, tmp_path):
         (["-f", "{ts}", "-P", "0"], "Invalid TS TX DMA mode 1 or invalid TSI,PIDIDX,TSO value 0"),
         (["-f", "{ts}", "-P", "4096"], "Invalid TS TX DMA mode 1 or invalid TSI,PIDIDX,TSO value 4096"),
         (["-f", "{ts}", "-o", "256"], "Invalid TS TX DMA mode 3 or invalid TSI,PIDIDX,TSO value 256"),
+        (["-f", "{ts}", "-i", "256"], "Accepted are --tsi 0-255, --pididx 1-4095, --tso 0-255 and --channel 0-3."),
+        (["-f", "{ts}", "-i", "1", "-b", "0"], "--buffer: 0 is not in 1..100000"),
+        (["-f", "{ts}", "-i", "1", "-v", "loud"], "known are: trace, debug"),
         (["-f", "{ts}", "-i", "1", "-C", "4"], "Invalid TS TX DMA channel number 4"),
         (["-f", "{tmp}/text", "-i", "1"], "is no transport stream of 188-byte packets: byte 0 is 0x74"),
         (["-f", "{tmp}/192", "-i", "1"], "It looks like packets of 192 bytes"),
         (["-f", "{tmp}/204", "-i", "1"], "It looks like packets of 204 bytes"),
-        (["-f", "{tmp}/empty", "-i", "1"], "holds 0 bytes, not even one TS packet"),
+        (["-f", "{tmp}/short", "-i", "1"], "holds 187 bytes, not even one TS packet"),
         (["-f", "{tmp}", "-i", "1"], "is a folder, not a file of TS packets"),
         (["-f", "{tmp}/none", "-i", "1"], "No such file or directory (errno 2)"),
         (["-f", "{tmp}/slow", "-i", "1"], "PCR based packet spacing too high. TS Stream rater either to low or not CBR"),
@@ -198,7 +201,7 @@ def test_bad_input(streams, recorder, tmp_path, arguments, message):
     (tmp_path / "text").write_text("text\n" * 1000)
     (tmp_path / "192").write_bytes(b"".join(bytes(4) + packet.data for packet in packets))
     (tmp_path / "204").write_bytes(b"".join(packet.data + bytes(16) for packet in packets))
-    (tmp_path / "empty").touch()
+    (tmp_path / "short").write_bytes(data[:187])
     with_pcr = [packet.data for packet in packets if packet.pcr is not None]
     (tmp_path / "slow").write_bytes(with_pcr[0] + with_pcr[-1] + with_pcr[-1])
     (tmp_path / "lost").write_bytes(data[: 1000 * ts.TS] + bytes(ts.TS) + data)
@@ -247,7 +250,8 @@ def assert_failed(sender, message):
 
 
 def test_device_that_refuses_a_segment_ends_the_send(streams):
-    assert assert_failed(start_send("/dev/full", "-f", streams("plain")), "No space left on device (errno 28)") == 0
+    message = "packets: No space left on device (errno 28)"
+    assert assert_failed(start_send("/dev/full", "-f", streams("plain")), message) == 0
 
 
 def test_device_that_goes_away_in_a_transfer_ends_the_send(streams):

@@ -105,6 +105,39 @@ TEST(TsStreamerTest, StatusTellsWhatEndedTheStep)
     EXPECT_THAT(streamer.lastError(), HasSubstr("TS streaming write error: writer's text("));
 }
 
+TEST(TsStreamerTest, ReaderThatWasNotReadyIsAskedAgainForTheBufferThatItOwes)
+{
+    struct SlowReader : CountingReader
+    {
+        using CountingReader::CountingReader;
+        std::span<uint8_t> read(std::span<uint8_t> buffer) override
+        {
+            if (++m_Asked % 2 == 0)
+                OSL_RAISE(ReadException, "wait", ReadReason::NOT_READY);
+            return CountingReader::read(buffer);
+        }
+        int m_Asked = 0;
+    };
+    std::vector<int> values;
+    TsStreamer streamer(std::make_unique<SlowReader>(3), std::make_unique<NotingWriter>(values), 1);
+    for (const uint32_t status : {0U, 2U, 0U, 2U, 0U, 2U, 1U})
+        EXPECT_EQ(streamer.step(), status);
+    EXPECT_THAT(values, ElementsAre(0, 1, 2));
+}
+
+TEST(TsStreamerTest, ReadsOneBufferAheadAndNoMore)
+{
+    auto owned = std::make_unique<CountingReader>(9);
+    const CountingReader& reader = *owned;
+    std::vector<int> values;
+    TsStreamer streamer(std::move(owned), std::make_unique<NotingWriter>(values), 1);
+    EXPECT_EQ(reader.m_Count, 0);
+    EXPECT_EQ(streamer.step(), 0U);
+    EXPECT_EQ(streamer.step(), 0U);
+    streamer.endReading();
+    EXPECT_EQ(reader.m_Count, 3);
+}
+
 TEST(TsStreamerTest, UnknownReasonIsAFaultOfTheProgram)
 {
     std::vector<int> values;

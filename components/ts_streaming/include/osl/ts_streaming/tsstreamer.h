@@ -4,12 +4,13 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
+#include <cstdlib>
 #include <exception>
 #include <future>
 #include <memory>
 #include <span>
 #include <string>
-#include <vector>
 
 namespace Osl::Ts::Streaming {
 
@@ -46,7 +47,12 @@ private:
     std::unique_ptr<ITsReader> m_Reader;
     std::unique_ptr<ITsProcessChain> m_Processor; ///< empty when there is nothing to process
     std::unique_ptr<ITsWriter> m_Writer;
-    std::array<std::vector<uint8_t>, 2> m_Storage; ///< one is read into while the other is written
+    struct Free
+    {
+        void operator()(uint8_t* memory) const { std::free(memory); }
+    };
+    std::unique_ptr<uint8_t, Free> m_Memory;
+    std::array<std::span<uint8_t>, 2> m_Storage; ///< in m_Memory; one is read into while the other is written
     std::size_t m_ReadInto = 0;
     std::string m_LastError;
     std::exception_ptr m_LastFailure;

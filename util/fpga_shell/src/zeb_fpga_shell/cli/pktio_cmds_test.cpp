@@ -1,5 +1,4 @@
 #include "zeb_fpga_shell/cli/bitrate_cmds.h"
-#include "zeb_fpga_shell/cli/pktio_cmds.h"
 
 #include <osl/testing/argument_vector.h>
 #include <osl/testing/failure_of.h>
@@ -17,7 +16,6 @@ using namespace Osl::Utils;
 using Osl::Testing::failureOf;
 using Osl::Testing::TempFile;
 using testing::HasSubstr;
-using testing::StartsWith;
 
 namespace {
 
@@ -90,19 +88,4 @@ TEST_F(PktioBitRateTest, FailsWithoutAUsableCounter)
     PKTIOTxBitRateMeas tx("tsoutrate", "", "", m_StopFlag, m_Timing.timing());
     EXPECT_THAT(refusal(tx, {"-C", "4"}), HasSubstr("--channel: 4 is not in 0..3"));
     EXPECT_THAT(refusal(tx, {"-C", "3"}), HasSubstr("Could not open: /sys/class/zebtsif/zebtsif_pktio_tx3/bytestx"));
-}
-
-TEST(WrTsPacketsCmdTest, RefusesBadOptionsBeforeAnythingIsOpened)
-{
-    WrTsPacketsCmd command("wrtspackets", "", "");
-    EXPECT_THAT(refusal(command, {}), HasSubstr("Exactly one of --tsi, --pididx and --tso"));
-    EXPECT_THAT(refusal(command, {"-i", "1", "-o", "2"}), HasSubstr("2 were given"));
-    EXPECT_THAT(refusal(command, {"-i", "1", "-b", "0"}), HasSubstr("--buffer: 0 is not in 1..100000"));
-    EXPECT_THAT(refusal(command, {"-i", "1", "-v", "loud"}), HasSubstr("known are: trace, debug"));
-    for (const auto& [option, value, mode] : {std::tuple{"-i", "256", "0"}, {"-P", "0", "1"}, {"-o", "256", "3"}}) {
-        testing::internal::CaptureStderr();
-        EXPECT_THAT(refusal(command, {option, value}), HasSubstr(std::string("Invalid TS TX DMA mode ") + mode +
-                                                                 " or invalid TSI,PIDIDX,TSO value " + value));
-        EXPECT_THAT(testing::internal::GetCapturedStderr(), StartsWith("Accepted are --tsi 0-255, --pididx 1-4095"));
-    }
 }
