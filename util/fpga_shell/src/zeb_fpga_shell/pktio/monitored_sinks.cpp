@@ -41,6 +41,8 @@ ssize_t MonitoredChannel::complete(ssize_t written)
     }
     while (m_IsByteStream && written > 0 && static_cast<std::size_t>(written) < m_Channel.transferSize()) {
         const ssize_t more = m_Channel.writeRest(static_cast<std::size_t>(written));
+        if (more < 0 && errno == EINTR)
+            continue; // asked to stop a second time; a transfer that is cut would shift all that follow
         if (more <= 0)
             return more < 0 ? more : written;
         written += more;
