@@ -103,7 +103,7 @@ std::span<uint8_t> FileReader::read(std::span<uint8_t> buffer)
         m_Position += static_cast<uint64_t>(count);
     }
     m_DroppedBytes = filled % TS_SIZE;
-    filled -= m_DroppedBytes;
+    filled -= filled % TS_SIZE;
     if (filled == 0)
         OSL_RAISE(ReadException, "File contains no more data", ReadReason::END_OF_DATA);
     m_TotalBytes += filled;
