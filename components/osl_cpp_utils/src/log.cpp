@@ -61,6 +61,8 @@ Log::Level Log::levelFromName(std::string_view name)
     return static_cast<Level>(found - LEVEL_NAMES.begin());
 }
 
+std::vector<std::string_view> Log::levelNames() { return {LEVEL_NAMES.begin(), LEVEL_NAMES.end()}; }
+
 void Log::write(Level level, const std::string& text) { m_Logger->log(spdlogLevel(level), text); }
 
 } // namespace Osl::CppUtil

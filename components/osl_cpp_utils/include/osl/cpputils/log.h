@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace spdlog {
 class logger;
@@ -28,6 +29,7 @@ public:
 
     /// Level of one of the six names "trace" … "critical"; raises InvalidArgumentError, which lists them.
     static Level levelFromName(std::string_view name);
+    static std::vector<std::string_view> levelNames();
 
     void write(Level level, const std::string& text);
 

@@ -21,6 +21,9 @@ public:
     /// Runs the command named by argv[1]; answers the exit status.
     int run(int argc, char** argv, std::ostream& out, std::istream& in);
 
+    /// All commands by name.
+    const std::map<std::string, std::unique_ptr<CliCmd>>& commands() const { return m_Commands; }
+
     /// Writes name and description of every command, sorted by name.
     void list(std::ostream& out) const;
     void help(std::ostream& out) const { list(out); }

@@ -15,13 +15,13 @@ namespace {
 using namespace Drivers::Zeb;
 
 constexpr std::array EXPORT_OPTIONS{
-    OptionDecl{"f,file", OptionKind::TEXT, "File for saving exported tables. If not given default will be used",
+    OptionDecl{"f,file", OptionKind::PATH, "File for saving exported tables. If not given default will be used",
                "zeb_fpga_tables.bin"},
     HELP_OPTION,
 };
 
 constexpr std::array IMPORT_OPTIONS{
-    OptionDecl{"f,file", OptionKind::TEXT, "Mandatory! File containing table contents"},
+    OptionDecl{"f,file", OptionKind::PATH, "Mandatory! File containing table contents"},
     HELP_OPTION,
 };
 

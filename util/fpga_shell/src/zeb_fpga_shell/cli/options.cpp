@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <optional>
-#include <string_view>
 
 // Its regular expressions would double the start-up time of every command.
 #define CXXOPTS_NO_REGEX
@@ -17,13 +16,6 @@
 
 namespace Osl::Utils {
 namespace {
-
-std::string_view longNameOf(const OptionDecl& declaration)
-{
-    const std::string_view names = declaration.names;
-    const auto comma = names.find(',');
-    return comma == std::string_view::npos ? names : names.substr(comma + 1);
-}
 
 std::shared_ptr<cxxopts::Value> libraryValue(const OptionDecl& declaration)
 {
@@ -34,6 +26,7 @@ std::shared_ptr<cxxopts::Value> libraryValue(const OptionDecl& declaration)
         return cxxopts::value<std::vector<std::string>>();
     case OptionKind::NUMBER:
     case OptionKind::TEXT:
+    case OptionKind::PATH:
         break;
     }
     // Numbers are converted here: the library's conversion wraps values of more than 32 bits without a word.
@@ -97,13 +90,13 @@ bool Options::parse(int argc, const char* const* argv)
 
 void Options::checkValues(const OptionDecl& declaration) const
 {
-    const std::string name(longNameOf(declaration));
+    const std::string name(declaration.longName());
     if (declaration.kind == OptionKind::FLAG) {
         if (count(name) != 0 && !m_Library->result[name].as<bool>())
             OSL_RAISE(ShellError, fmt::format("Options parsing failed: Option \"{}\" takes no value", name));
         return;
     }
-    if (declaration.kind == OptionKind::TEXT)
+    if (declaration.kind == OptionKind::TEXT || declaration.kind == OptionKind::PATH)
         return;
     for (const std::string& text : texts(name, declaration.kind)) {
         if (!CppUtil::parseUint32(text))
@@ -131,7 +124,7 @@ std::vector<std::string> Options::texts(const std::string& longName, OptionKind 
 Options::Value Options::operator[](const std::string& longName) const
 {
     const auto declaration = std::find_if(m_Declarations.begin(), m_Declarations.end(),
-                                          [&](const OptionDecl& decl) { return longNameOf(decl) == longName; });
+                                          [&](const OptionDecl& decl) { return decl.longName() == longName; });
     OSL_ASSERT(declaration != m_Declarations.end());
     return Value(texts(longName, declaration->kind));
 }

@@ -5,13 +5,14 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Osl::Utils {
 
-/// What an option takes: nothing, one unsigned 32-bit number (decimal or "0x"), any text, or numbers, given by
-/// repetition or separated by commas.
-enum class OptionKind { FLAG, NUMBER, TEXT, NUMBERS };
+/// What an option takes: nothing, one unsigned 32-bit number (decimal or "0x"), any text, the path of a file or device
+/// (to the parser a text as any other), or numbers, given by repetition or separated by commas.
+enum class OptionKind { FLAG, NUMBER, TEXT, PATH, NUMBERS };
 
 /// Declaration of one option.
 struct OptionDecl
@@ -20,6 +21,20 @@ struct OptionDecl
     OptionKind kind = OptionKind::FLAG;
     const char* help = nullptr;
     const char* defaultValue = nullptr; ///< as the user would type it; null: none
+    /// Answers the words that the option can take, or that stand for paths; null: there are no such words.
+    std::vector<std::string_view> (*words)() = nullptr;
+
+    constexpr std::string_view longName() const
+    {
+        const std::string_view all = names;
+        return all.substr(all.find(',') + 1); // without a comma this is position 0
+    }
+    /// Empty where there is none.
+    constexpr std::string_view shortName() const
+    {
+        const std::string_view all = names;
+        return all.substr(0, all.size() - longName().size()).substr(0, 1);
+    }
 };
 
 /// The help option, which every command has.

@@ -24,10 +24,11 @@ using Ts::Streaming::DesignatorMode;
 namespace {
 
 constexpr OptionDecl VERBOSITY_OPTION{"v,verbosity", OptionKind::TEXT,
-                                      "Log level: trace, debug, info, warning, error or critical", "warning"};
+                                      "Log level: trace, debug, info, warning, error or critical", "warning",
+                                      CppUtil::Log::levelNames};
 
 constexpr std::array SEND_OPTIONS{
-    OptionDecl{"f,file", OptionKind::TEXT, "TS file of 188-byte packets; \"-\" is standard input", "-"},
+    OptionDecl{"f,file", OptionKind::PATH, "TS file of 188-byte packets; \"-\" is standard input", "-"},
     OptionDecl{"C,channel", OptionKind::NUMBER, "TX DMA channel, 0-3", "0"},
     OptionDecl{"i,tsi", OptionKind::NUMBER, "Send as transport stream input, 0-255"},
     OptionDecl{"P,pididx", OptionKind::NUMBER, "Send to a PID index, 1-4095"},
@@ -46,7 +47,7 @@ constexpr std::array CAPTURE_OPTIONS{
     OptionDecl{"c,count", OptionKind::NUMBER, "Packets to take; 0: until Ctrl-C", "1"},
     OptionDecl{"i,tsi", OptionKind::NUMBERS, "Keep only packets of this input. Multiple may be given"},
     OptionDecl{"p,pid", OptionKind::NUMBERS, "Keep only packets of this PID. Multiple may be given"},
-    OptionDecl{"f,file", OptionKind::TEXT, "Write the packets to this file; \"-\" is standard output"},
+    OptionDecl{"f,file", OptionKind::PATH, "Write the packets to this file; \"-\" is standard output"},
     OptionDecl{"r,records", OptionKind::FLAG, "Write whole 192-byte records instead of 188-byte TS packets"},
     OptionDecl{"x,hex", OptionKind::FLAG, "Dump the bytes of each packet"},
     OptionDecl{"s,stats", OptionKind::FLAG, "At the end, show statistics of each input and PID"},

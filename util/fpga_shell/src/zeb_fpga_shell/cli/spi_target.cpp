@@ -45,19 +45,26 @@ constexpr std::array READ_BACK_WAYS{
     Choice<Way>{"cs_low", Way::CS_LOW},
 };
 
+template <class Value, std::size_t COUNT>
+std::vector<std::string_view> wordsOf(const std::array<Choice<Value>, COUNT>& choices)
+{
+    std::vector<std::string_view> words;
+    for (const Choice<Value>& choice : choices)
+        words.push_back(choice.word);
+    return words;
+}
+
 constexpr uint32_t ALL_MODE_BITS = 0xFF;
 
 template <class Value, std::size_t COUNT>
 Value choose(const Options& options, const char* name, const std::array<Choice<Value>, COUNT>& choices)
 {
     const auto word = options[name].as<std::string>();
-    std::string known;
-    for (const Choice<Value>& choice : choices) {
+    for (const Choice<Value>& choice : choices)
         if (word == choice.word)
             return choice.value;
-        known += fmt::format("{}{}", known.empty() ? "" : ", ", choice.word);
-    }
-    OSL_RAISE(SPIError, fmt::format("option \"{}\": \"{}\" is none of: {}", name, word, known));
+    OSL_RAISE(SPIError,
+              fmt::format("option \"{}\": \"{}\" is none of: {}", name, word, fmt::join(wordsOf(choices), ", ")));
 }
 
 bool declares(const Options& options, const OptionDecl& declaration)
@@ -129,6 +136,11 @@ void checkBusSettings(const SpiTarget& target)
 }
 
 } // namespace
+
+std::vector<std::string_view> spiSlaves() { return wordsOf(SLAVES); }
+std::vector<std::string_view> spiByteOrders() { return wordsOf(BYTE_ORDERS); }
+std::vector<std::string_view> spiWideAccesses() { return wordsOf(WIDE_ACCESSES); }
+std::vector<std::string_view> spiReadBackWays() { return wordsOf(READ_BACK_WAYS); }
 
 SpiTarget SpiTarget::from(const Options& options)
 {

@@ -9,13 +9,22 @@
 #include <memory>
 #include <ostream>
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace Osl::Utils {
 
+// The words of the options below.
+std::vector<std::string_view> spiSlaves();
+std::vector<std::string_view> spiByteOrders();
+std::vector<std::string_view> spiWideAccesses();
+std::vector<std::string_view> spiReadBackWays();
+
 /// The options that say which slave is meant and how it is reached; shared by the SPI commands.
 inline constexpr std::array SPI_TARGET_OPTIONS{
-    OptionDecl{"s,slave", OptionKind::TEXT, "What is to be accessed: fpga, max2871, max5868 or raw. Mandatory."},
-    OptionDecl{"d,device", OptionKind::TEXT, "spidev node, as /dev/spidev0.0. Mandatory."},
+    OptionDecl{"s,slave", OptionKind::TEXT, "What is to be accessed: fpga, max2871, max5868 or raw. Mandatory.",
+               nullptr, spiSlaves},
+    OptionDecl{"d,device", OptionKind::PATH, "spidev node, as /dev/spidev0.0. Mandatory."},
     OptionDecl{"o,offset", OptionKind::NUMBER, "Read/write Offset in words. Prefix with \"0x\" for hex.", "0"},
     OptionDecl{"w,width", OptionKind::NUMBER,
                "Word width in bits: 8, 16 or 32. Default: that of the slave's registers."},
@@ -41,9 +50,11 @@ inline constexpr std::array SPI_FRAMING_OPTIONS{
                "What goes before the address of a read: fpga a byte (default 3), max5868 a bit (default 1)."},
     OptionDecl{"write_code", OptionKind::NUMBER, "The same of a write. Default: fpga 2, max5868 0."},
     OptionDecl{"dummy_bytes", OptionKind::NUMBER, "Bytes between address and data of a read, 0 to 16. Default: 0."},
-    OptionDecl{"byte_order", OptionKind::TEXT, "Of a register's bytes: big (default) or little."},
+    OptionDecl{"byte_order", OptionKind::TEXT, "Of a register's bytes: big (default) or little.", nullptr,
+               spiByteOrders},
     OptionDecl{"multi_byte", OptionKind::TEXT,
-               "Registers in a wider access: little (default), the lowest one least significant; big; or refuse."},
+               "Registers in a wider access: little (default), the lowest one least significant; big; or refuse.",
+               nullptr, spiWideAccesses},
     OptionDecl{"burst", OptionKind::FLAG, "The slave counts addresses up: blocks go in one frame."},
 };
 
@@ -52,7 +63,7 @@ inline constexpr std::array SPI_READBACK_OPTIONS{
     OptionDecl{"r6_readback", OptionKind::TEXT,
                "max2871: way to clock register 6 out: none, no_cs (chip select left alone; few controllers can) or "
                "cs_low (chip select active).",
-               "none"},
+               "none", spiReadBackWays},
     OptionDecl{"r6_mode", OptionKind::NUMBER,
                "max2871: SPI mode that register 6 is clocked out in: 0, or 1 (no_cs only).", "0"},
     OptionDecl{"mux_r2", OptionKind::NUMBER,

@@ -22,8 +22,16 @@ constexpr std::array DESIGNATIONS{
     Designation{"pktio", Drivers::Zeb::PKTIO_DEVICE},
 };
 
+std::vector<std::string_view> designations()
+{
+    std::vector<std::string_view> words;
+    for (const Designation& row : DESIGNATIONS)
+        words.emplace_back(row.word);
+    return words;
+}
+
 constexpr std::array DEVICE_OPTIONS{
-    OptionDecl{"d,device", OptionKind::TEXT, "Memory mapping device to open.", ""},
+    OptionDecl{"d,device", OptionKind::PATH, "Memory mapping device to open.", "", designations},
     OptionDecl{"m,mmapsize", OptionKind::NUMBER, "Number of bytes to map from device memory.", "0"},
     HELP_OPTION,
 };
