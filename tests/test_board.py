@@ -46,6 +46,19 @@ def test_reset_state(board):
     assert set(port[:32] + port[33:]) == {0}
 
 
+def test_installed_launcher_finds_its_parts(tmp_path):
+    parts = {"sbin": [TOOL], "libexec/zeb-virtual-board": [MODEL, SPI]}
+    for folder, programs in parts.items():
+        (tmp_path / folder).mkdir(parents=True)
+        for program in programs:
+            (tmp_path / folder / program.name).symlink_to(program)
+    (tmp_path / "bin").mkdir()
+    launcher = shutil.copy(LAUNCHER, tmp_path / "bin" / "zeb-virtual-board")
+    command = ["sh", "-c", "command -v zeb_fpga_shell && zeb_fpga_shell rpidlut -a"]
+    shown = run_bare("env", "-u", "ZEB_BUILD_DIR", launcher, "run", "--", *command)
+    assert shown == (0, f"{tmp_path}/sbin/zeb_fpga_shell\n", "")
+
+
 @pytest.mark.parametrize(
     "command, status",
     [
