@@ -150,7 +150,8 @@ void LiveBoard::sleepUntilNeeded(bool busy, Clock::time_point now)
     }
     if (span <= Clock::duration::zero())
         return;
-    const timespec wait{.tv_sec = 0, .tv_nsec = std::chrono::duration_cast<std::chrono::nanoseconds>(span).count()};
+    const auto nanoseconds = std::chrono::duration_cast<std::chrono::nanoseconds>(span).count(); // far below a second
+    const timespec wait{.tv_sec = 0, .tv_nsec = static_cast<decltype(timespec::tv_nsec)>(nanoseconds)};
     ::ppoll(channels.data(), channels.size(), &wait, nullptr);
 }
 
