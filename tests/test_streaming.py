@@ -353,6 +353,18 @@ def test_capture_without_packets_gives_up(board):
     assert board.run("rdtspackets", "-f", "/nowhere/x").status == 255
 
 
+def test_ctrl_c_again_and_again_ends_a_send_as_cleanly(board, streams):
+    """The further ones interrupt the rest of a transfer of which the channel has taken a part."""
+    result = board.sh(
+        f"""for channel in 0 1 2 3; do
+                zeb_fpga_shell wrtspackets -q -l -i 5 -C $channel -f {streams("plain")} >/dev/null & sender=$!
+                sleep 0.15; for time in 1 2 3 4 5 6; do kill -INT $sender; sleep 0.001; done
+                wait $sender; echo $?
+            done 2>/dev/null"""
+    )
+    assert result.out == 4 * "0\n"
+
+
 def test_ctrl_c_ends_a_capture_with_what_came(board, streams, tmp_path):
     route_to_cpu(board, (5, 0x100))
     reset_packet_port(board)
