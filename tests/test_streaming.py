@@ -358,7 +358,7 @@ def test_ctrl_c_again_and_again_ends_a_send_as_cleanly(board, streams):
     result = board.sh(
         f"""for channel in 0 1 2 3; do
                 zeb_fpga_shell wrtspackets -q -l -i 5 -C $channel -f {streams("plain")} >/dev/null & sender=$!
-                sleep 0.15; for time in 1 2 3 4 5 6; do kill -INT $sender; sleep 0.001; done
+                sleep 0.15; while kill -INT $sender; do sleep 0.001; done
                 wait $sender; echo $?
             done 2>/dev/null"""
     )

@@ -9,19 +9,23 @@
 #include <osl/cpputils/log.h>
 
 #include <algorithm>
+#include <atomic>
 #include <csignal>
 #include <exception>
 #include <fcntl.h>
 #include <iostream>
 #include <string_view>
+#include <type_traits>
 #include <unistd.h>
 
 namespace Osl::Utils {
 namespace {
 
-StopFlag g_StopFlag;
+/// Never destroyed, since a signal can come while the program is being left.
+std::atomic<bool> g_Stop = false;
+static_assert(std::atomic<bool>::is_always_lock_free && std::is_trivially_destructible_v<std::atomic<bool>>);
 
-void onInterrupt(int) { g_StopFlag->store(true); }
+void onInterrupt(int) { g_Stop = true; }
 
 /// A standard stream that was closed before the program started would leave its number to the next file opened, a
 /// device: output would then be written into the FPGA's tables. What takes its place cannot be written, so that lost
@@ -38,7 +42,7 @@ int runCommand(int argc, char** argv)
 {
     try {
         CliModule module;
-        registerCommands(module, g_StopFlag);
+        registerCommands(module, StopFlag(StopFlag(), &g_Stop)); // owns nothing
         const int status = module.run(argc, argv, std::cout, std::cin);
         if (!std::cout.flush())
             OSL_RAISE(CppUtil::IOError, "Could not write all of the output");
@@ -60,7 +64,6 @@ bool wantsInteractiveMode(int argc, const char* const* argv)
 int runProgram(int argc, char** argv)
 {
     occupyStandardStreams();
-    g_StopFlag = std::make_shared<std::atomic<bool>>(false);
     std::signal(SIGINT, &onInterrupt);
     CppUtil::Log::setUp(CppUtil::Log::Level::WARNING);
     return wantsInteractiveMode(argc, argv) ? runInteractive(std::cin, std::cout, std::cerr) : runCommand(argc, argv);
