@@ -25,9 +25,26 @@ def _session_board(tmp_path_factory):
 
 @pytest.fixture
 def board(_session_board):
-    """A board as after a reset; run() executes the tool on it, a few milliseconds each."""
+    """A board as after a reset; run() executes the tool on it, a few milliseconds each. It must not complain, unless
+    the test takes its complaints."""
     _session_board.reset()
-    return _session_board
+    yield _session_board
+    assert _session_board.new_complaints() == []
+
+
+@pytest.fixture(scope="session")
+def _session_net_board(tmp_path_factory):
+    board = boards.Board(tmp_path_factory.mktemp("net_board"), "--net")
+    yield board
+    board.close()
+
+
+@pytest.fixture
+def net_board(_session_net_board):
+    """The same with a private network."""
+    _session_net_board.reset()
+    yield _session_net_board
+    assert _session_net_board.new_complaints() == []
 
 
 @pytest.fixture

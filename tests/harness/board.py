@@ -6,6 +6,7 @@ import re
 import struct
 import subprocess
 import sys
+import time
 from pathlib import Path
 from typing import NamedTuple, Optional
 
@@ -39,8 +40,8 @@ def environment():
     return {**os.environ, "ZEB_BUILD_DIR": str(BUILD)}
 
 
-def run_bare(*argv, input=None, **options):
-    """Runs a command on this machine, where there is no board."""
+def run_bare(*argv, input=None, complaints=False, **options):
+    """Runs a command on this machine, where there is no board. One that has a board must not make it complain."""
     done = subprocess.run(
         [str(word) for word in argv],
         input=input,
@@ -52,16 +53,26 @@ def run_bare(*argv, input=None, **options):
         env=environment(),
         **options,
     )
+    assert complaints or "virtual board: " not in done.stderr, done.stderr
     return Result(done.returncode, done.stdout, done.stderr)
+
+
+def wait_until(condition):
+    """Waits until `condition` answers something that is true, for as long as anything may take."""
+    deadline = time.monotonic() + TIMEOUT
+    while not condition() and time.monotonic() < deadline:
+        time.sleep(0.005)
 
 
 class Board:
     """A board in `folder` and one sandbox on it, in which all commands run; to be closed."""
 
-    def __init__(self, folder):
+    def __init__(self, folder, *options):
         self.folder = Path(folder)
+        self._complaints_seen = 0
+        server = Path(__file__).with_name("sandbox_server.py")
         self._sandbox = subprocess.Popen(
-            [LAUNCHER, "run", "--dir", self.folder, "--", sys.executable, Path(__file__).with_name("sandbox_server.py")],
+            [LAUNCHER, "run", "--dir", self.folder, *options, "--", sys.executable, server],
             stdin=subprocess.PIPE,
             stdout=subprocess.PIPE,
             text=True,
@@ -73,6 +84,23 @@ class Board:
     def close(self):
         self._sandbox.stdin.close()
         assert self._sandbox.wait(TIMEOUT) == 0
+        assert self.new_complaints() == []
+
+    def new_complaints(self):
+        """What the board has complained about since the last call."""
+        lines = self.path("zebtsif_complaints").read_text().splitlines()
+        new, self._complaints_seen = lines[self._complaints_seen :], len(lines)
+        return new
+
+    def expect_complaints(self, *texts):
+        """Waits for complaints that contain these texts, in any order, and for no others."""
+        complaints = []
+        wait_until(lambda: complaints.extend(self.new_complaints()) or len(complaints) >= len(texts))
+        for text in texts:
+            found = next((line for line in complaints if text in line), None)
+            assert found is not None, (text, complaints)
+            complaints.remove(found)
+        assert complaints == []
 
     def path(self, name):
         """Where the test finds the memory of a device, or an attribute file by its path below "/"."""
@@ -89,6 +117,14 @@ class Board:
             with self.path(name).open("r+b") as device:
                 device.truncate(len(content))
                 device.write(content)
+        for output in self.path("zebtsif_outputs").iterdir():
+            output.unlink()
+
+    def output(self, port, packets):
+        """What left through a physical output, once it is so many packets."""
+        file = self.path("zebtsif_outputs") / f"{port}.ts"
+        wait_until(lambda: file.exists() and file.stat().st_size >= packets * 188)
+        return file.read_bytes()
 
     def execute(self, argv, input=None, timeout=TIMEOUT):
         request = {"argv": [str(word) for word in argv], "input": input, "timeout": timeout}

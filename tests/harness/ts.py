@@ -77,6 +77,35 @@ def segments_of(transfers):
     return segments
 
 
+def packet(pid, counter=0, pcr=None, body=b""):
+    """A packet with payload; `pcr` in ticks of 27 MHz."""
+    head = bytes([0x47, pid >> 8, pid & 0xFF, (0x30 if pcr is not None else 0x10) | counter % 16])
+    if pcr is not None:
+        base, extension = divmod(pcr, 300)
+        field = (base << 15 | 0x7E00 | extension).to_bytes(6, "big")
+        head += bytes([7, 0x10]) + field
+    return Packet(head + body + bytes(TS - len(head) - len(body)))
+
+
+def made_up(count, pids=(0x100, 0x101, 0x1FFF), ticks=2000, pcr_every=20):
+    """So many packets that are all different; the PIDs take turns, PCRs on the first tell `ticks` for each packet."""
+    packets, counters = [], dict.fromkeys(pids, 0)
+    for index in range(count):
+        pid = pids[index % len(pids)]
+        pcr = index * ticks if pid == pids[0] and index // len(pids) % pcr_every == 0 else None
+        packets.append(packet(pid, counters[pid], pcr, index.to_bytes(4, "big")))
+        counters[pid] += 1
+    return packets
+
+
+def with_pid(packet, pid):
+    return Packet(bytes([0x47, packet.data[1] & 0xE0 | pid >> 8, pid & 0xFF]) + packet.data[3:])
+
+
+def join(packets):
+    return b"".join(packet.data for packet in packets)
+
+
 def make(path, seconds=4, mux_rate="5M", programs=1, offset=0, video="mpeg2video", extra=()):
     """A stream at a constant rate, with null packets, of one video and one audio a programme."""
     command = ["ffmpeg", "-v", "error", "-y"]

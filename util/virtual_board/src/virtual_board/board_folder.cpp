@@ -91,7 +91,8 @@ void makePacketPort(const fs::path& root)
     makeText(place(Drivers::Zeb::PKTIO_RX_BYTES_ATTRIBUTE), COUNTER_RESET);
     for (unsigned channel = 0; channel < Drivers::Zeb::PKTIO_TX_CHANNELS; ++channel) {
         makeStream(place(Drivers::Zeb::PKTIO_TX_PATH + std::to_string(channel)));
-        makeText(place(fmt::format(fmt::runtime(Drivers::Zeb::PKTIO_TX_BYTES_ATTRIBUTE), channel)), COUNTER_RESET);
+        for (const char* counter : {Drivers::Zeb::PKTIO_TX_BYTES_ATTRIBUTE, TX_UNDERRUNS_ATTRIBUTE})
+            makeText(place(fmt::format(fmt::runtime(counter), channel)), COUNTER_RESET);
     }
     makeText(place(COMPLAINTS_PATH), "");
 }
@@ -102,6 +103,7 @@ void makeBoard(const fs::path& root)
 {
     makeFolder(root / "dev");
     makeFolder(root / "sys/class");
+    makeFolder(root / OUTPUTS_FOLDER);
     for (const MemoryDevice& memory : MEMORY_DEVICES) {
         const fs::path file = root / fs::path(memory.device.path).relative_path();
         if (isThere(file)) {

@@ -14,6 +14,13 @@ struct BoardError : CppUtil::PrefixedError<"Virtual board Error: ">
 /// Where the board notes, a line each, what real hardware would choke on; empty while it is content.
 inline constexpr const char* COMPLAINTS_PATH = "/dev/zebtsif_complaints";
 
+/// Below the board's folder, where what leaves through the physical outputs is collected, a file for each.
+inline constexpr const char* OUTPUTS_FOLDER = "dev/zebtsif_outputs";
+
+/// How often data for a TX DMA channel came later than its time, decimal; {} stands for the channel's number. A real
+/// board has no such attribute: there the stream's receivers see it.
+inline constexpr const char* TX_UNDERRUNS_ATTRIBUTE = "/sys/class/zebtsif/zebtsif_pktio_tx{}/underruns";
+
 /// Makes of `root` the folder of a board: below it lies one file for each device and attribute, at the path that the
 /// thing itself has on a real board ("dev/zebtsif_pidlut"). What is there already keeps its state, what is missing is
 /// made as after a reset; a file appears only with its whole content. Raises BoardError, naming the file, when

@@ -59,11 +59,12 @@ TEST_F(BoardFolderTest, MakesTheDevicesInTheirResetStateAndNothingElse)
         EXPECT_TRUE(fs::exists(m_Root / "sys/class/zebtsif" / (std::string("zebtsif_pktio_") + stream))) << stream;
     }
     EXPECT_TRUE(fs::is_empty(m_Root / "dev/zebtsif_complaints"));
-    EXPECT_EQ(std::distance(fs::directory_iterator(m_Root / "dev"), {}), std::ssize(VirtualBoard::MEMORY_DEVICES) + 6);
+    EXPECT_TRUE(fs::is_empty(m_Root / "dev/zebtsif_outputs"));
+    EXPECT_EQ(std::distance(fs::directory_iterator(m_Root / "dev"), {}), std::ssize(VirtualBoard::MEMORY_DEVICES) + 7);
     std::size_t attributes = 0;
     for (const fs::directory_entry& entry : fs::recursive_directory_iterator(m_Root / "sys/class"))
         attributes += entry.is_regular_file();
-    EXPECT_EQ(attributes, VirtualBoard::attributeFiles().size() + 5); // and the byte counters
+    EXPECT_EQ(attributes, VirtualBoard::attributeFiles().size() + 9); // and the counters of the streams
 }
 
 TEST_F(BoardFolderTest, KeepsWhatIsThereAndMakesWhatIsMissing)

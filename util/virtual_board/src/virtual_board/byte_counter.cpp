@@ -1,7 +1,9 @@
 #include "virtual_board/byte_counter.h"
 
-#include <cstdio>
+#include "virtual_board/whole_file.h"
+
 #include <fstream>
+#include <string>
 
 namespace Osl::VirtualBoard {
 
@@ -17,9 +19,7 @@ void ByteCounter::show(uint64_t bytes)
 {
     if (bytes == m_Shown)
         return;
-    const std::filesystem::path draft = m_File.string() + ".new";
-    std::ofstream(draft) << m_Start + bytes << '\n';
-    if (std::rename(draft.c_str(), m_File.c_str()) == 0)
+    if (replaceFile(m_File, std::to_string(m_Start + bytes) + '\n'))
         m_Shown = bytes;
 }
 

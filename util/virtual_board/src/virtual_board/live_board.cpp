@@ -3,6 +3,7 @@
 #include "virtual_board/board_folder.h"
 
 #include <osl/ts_streaming/outputs/pcrsegwriter_zebhw.h>
+#include <osl/userspace_drivers/drivers/zeb/ts/physinentry.h>
 #include <osl/userspace_drivers/drivers/zeb/zeb_attributes.h>
 #include <osl/userspace_drivers/drivers/zeb/zeb_devices.h>
 
@@ -10,6 +11,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <ctime>
 #include <fcntl.h>
@@ -18,11 +20,11 @@
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
+#include <utility>
 
 namespace Osl::VirtualBoard {
 
 using namespace std::chrono_literals;
-using Clock = TxChannel::Clock;
 using Ts::Streaming::DesignatorMode;
 namespace Zeb = Drivers::Zeb;
 namespace fs = std::filesystem;
@@ -34,7 +36,8 @@ constexpr uint32_t VALUE_MASK = 0xFFF;
 
 /// How long the board sleeps at most: memory has no signal, so it must be looked at.
 constexpr auto ATTENTIVE = 100us;
-constexpr auto DROWSY = 1ms; ///< when nothing has happened for ATTENTION
+constexpr auto DROWSY = 1ms;   ///< when nothing has happened for ATTENTION
+constexpr auto ASLEEP = 250ms; ///< when nobody has a device open, so that whatever can happen wakes the board
 constexpr auto ATTENTION = 50ms;
 constexpr auto HOUSEKEEPING = 20ms;
 
@@ -42,11 +45,15 @@ constexpr int RX_PIPE_BYTES = 1 << 20;
 
 fs::path placeOf(const fs::path& root, const std::string& device) { return root / fs::path(device).relative_path(); }
 
-/// The board's end of a pipe that stands for a stream device; empty when something else does.
-LinuxCppUtil::UniqueFD openPipe(const fs::path& file)
+std::string attributeOf(const char* attribute, unsigned channel)
 {
-    // For both directions, so that the pipe outlives its users.
-    const int descriptor = ::open(file.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
+    return fmt::format(fmt::runtime(attribute), channel);
+}
+
+/// The board's end of a pipe that stands for a stream device; empty when something else does.
+LinuxCppUtil::UniqueFD openPipe(const fs::path& file, int access)
+{
+    const int descriptor = ::open(file.c_str(), access | O_NONBLOCK | O_CLOEXEC);
     if (descriptor < 0)
         OSL_RAISE(BoardError, fmt::format("Cannot open {}: {}", file.string(), std::strerror(errno)));
     auto owned = LinuxCppUtil::ownFD(descriptor);
@@ -56,12 +63,23 @@ LinuxCppUtil::UniqueFD openPipe(const fs::path& file)
     return owned;
 }
 
+/// Open for both directions, so that the pipe outlives its readers.
 LinuxCppUtil::UniqueFD openRxPipe(const fs::path& file)
 {
-    auto pipe = openPipe(file);
+    auto pipe = openPipe(file, O_RDWR);
     if (pipe)
         ::fcntl(*pipe, F_SETPIPE_SZ, RX_PIPE_BYTES);
     return pipe;
+}
+
+std::vector<fs::path> watchedFiles(const fs::path& root)
+{
+    std::vector<fs::path> files;
+    for (const Zeb::MappedDevice& device : {Zeb::PIDLUT_DEVICE, Zeb::IPLUT_DEVICE, Zeb::PKTIO_DEVICE})
+        files.push_back(placeOf(root, device.path));
+    for (unsigned channel = 0; channel < Zeb::PKTIO_TX_CHANNELS; ++channel)
+        files.push_back(placeOf(root, Zeb::PKTIO_TX_PATH + std::to_string(channel)));
+    return files;
 }
 
 } // namespace
@@ -71,31 +89,71 @@ volatile uint32_t* LiveBoard::wordsOf(Pci::PciIf& device) const
     return static_cast<volatile uint32_t*>(device.getMemSegment().base);
 }
 
-LiveBoard::LiveBoard(const fs::path& root)
-    : m_Root(root),
-      m_PidBlock(placeOf(root, Zeb::PIDLUT_DEVICE.path), Zeb::PIDLUT_DEVICE.mapSize, 0),
-      m_PortRegisters(placeOf(root, Zeb::PKTIO_DEVICE.path), Zeb::PKTIO_DEVICE.mapSize, 0),
+LiveBoard::LiveBoard(const Settings& settings)
+    : m_Root(settings.folder),
+      m_PidBlock(placeOf(m_Root, Zeb::PIDLUT_DEVICE.path), Zeb::PIDLUT_DEVICE.mapSize, 0),
+      m_IoBlock(placeOf(m_Root, Zeb::IPLUT_DEVICE.path), Zeb::IPLUT_DEVICE.mapSize, 0),
+      m_Io(wordsOf(m_IoBlock)),
+      m_PortRegisters(placeOf(m_Root, Zeb::PKTIO_DEVICE.path), Zeb::PKTIO_DEVICE.mapSize, 0),
       m_Router(wordsOf(m_PidBlock), *this),
-      m_Port(wordsOf(m_PortRegisters), openRxPipe(placeOf(root, Zeb::PKTIO_RX_PATH))),
-      m_RxCounter(placeOf(root, Zeb::PKTIO_RX_BYTES_ATTRIBUTE))
+      m_Outputs(m_Io, m_Root, settings.network, [this](const std::string& what) { complain(what); }),
+      m_IpLut(m_Io),
+      m_Port(wordsOf(m_PortRegisters), openRxPipe(placeOf(m_Root, Zeb::PKTIO_RX_PATH))),
+      m_RxCounter(placeOf(m_Root, Zeb::PKTIO_RX_BYTES_ATTRIBUTE)),
+      m_Pace(settings.pace),
+      m_Watch(watchedFiles(m_Root))
+{
+    openChannels();
+    openFeeds(settings);
+    if (settings.network == Network::PRIVATE) {
+        m_IpInput = std::make_unique<MulticastInput>(
+            [this](uint8_t tsi, const uint8_t* packet) { m_Router.fromInput(tsi, packet); },
+            [this](const std::string& what) { complain(what); });
+        m_IpInput->tune(m_IpLut.rows());
+    }
+    ::prctl(PR_SET_TIMERSLACK, 1UL);
+}
+
+void LiveBoard::openChannels()
 {
     for (unsigned number = 0; number < Zeb::PKTIO_TX_CHANNELS; ++number) {
-        auto device = openPipe(placeOf(root, Zeb::PKTIO_TX_PATH + std::to_string(number)));
-        Channel channel{nullptr,
-                        ByteCounter(placeOf(root, fmt::format(fmt::runtime(Zeb::PKTIO_TX_BYTES_ATTRIBUTE), number)))};
+        // For reading alone, since that is how the end of a sender is seen.
+        auto device = openPipe(placeOf(m_Root, Zeb::PKTIO_TX_PATH + std::to_string(number)), O_RDONLY);
+        Channel channel{.channel = nullptr,
+                        .bytes = ByteCounter(placeOf(m_Root, attributeOf(Zeb::PKTIO_TX_BYTES_ATTRIBUTE, number))),
+                        .underruns = ByteCounter(placeOf(m_Root, attributeOf(TX_UNDERRUNS_ATTRIBUTE, number)))};
         if (device)
             channel.channel = std::make_unique<TxChannel>(
                 number, std::move(device), [this](uint32_t header, const uint8_t* packet) { route(header, packet); },
                 [this](const std::string& what) { complain(what); });
         m_Channels.push_back(std::move(channel));
     }
-    ::prctl(PR_SET_TIMERSLACK, 1UL);
+}
+
+void LiveBoard::openFeeds(const Settings& settings)
+{
+    for (const auto& [phyIIdx, file] : settings.feeds)
+        m_Feeds.push_back({.phyIIdx = phyIIdx,
+                           .feed = std::make_unique<Feed>(
+                               file, settings.pace,
+                               [this, input = phyIIdx](const uint8_t* packet) {
+                                   const uint32_t tsi = tsiOf(input);
+                                   if (tsi != Zeb::PhysInEntry::STUFFING_TSI)
+                                       m_Router.fromInput(static_cast<uint8_t>(tsi), packet);
+                               },
+                               [this](const std::string& what) { complain(what); })});
 }
 
 void LiveBoard::complain(const std::string& what)
 {
     std::cerr << "virtual board: " << what << std::endl;
     std::ofstream(placeOf(m_Root, COMPLAINTS_PATH), std::ios::app) << what << '\n';
+}
+
+uint32_t LiveBoard::tsiOf(uint32_t phyIIdx) const
+{
+    const std::array<uint32_t, Zeb::PHYS_IN_MAP.wordsPerRow> row{m_Io[Zeb::PHYS_IN_MAP.rowOffset(phyIIdx)]};
+    return Zeb::PhysInFields::TSI_IDX.get(row);
 }
 
 void LiveBoard::route(uint32_t header, const uint8_t* packet)
@@ -115,59 +173,135 @@ void LiveBoard::route(uint32_t header, const uint8_t* packet)
     complain(fmt::format("a packet with the unknown designator {:#010x}", header));
 }
 
-bool LiveBoard::serve(Clock::time_point now)
+bool LiveBoard::serveFeeds()
 {
     bool busy = false;
+    for (const FedInput& input : m_Feeds) {
+        // What goes only once waits until it is wanted.
+        if (m_Pace == Feed::Pace::PCR || tsiOf(input.phyIIdx) != Zeb::PhysInEntry::STUFFING_TSI)
+            busy |= input.feed->serve(m_Now);
+    }
+    return busy;
+}
+
+bool LiveBoard::serveIpInputs()
+{
+    if (m_IpLut.followBank()) {
+        m_TablesTouched = true;
+        if (m_IpInput)
+            m_IpInput->tune(m_IpLut.rows());
+    }
+    return m_IpInput && m_IpInput->serve(m_Now);
+}
+
+bool LiveBoard::serve()
+{
+    const bool touched = m_Watch.update();
+    m_TablesTouched |= touched;
+    bool busy = touched;
     for (const Channel& channel : m_Channels)
-        busy |= channel.channel && channel.channel->serve(now);
-    busy |= m_Port.serve(now, [this](const PacketPort::Record& record) {
+        busy |= channel.channel && channel.channel->serve(m_Now);
+    busy |= m_Port.serve(m_Now, [this](const PacketPort::Record& record) {
         route(record[0], reinterpret_cast<const uint8_t*>(&record[1]));
     });
+    busy |= serveIpInputs();
+    busy |= serveFeeds();
+    m_Outputs.sendDatagrams();
     return busy;
 }
 
 void LiveBoard::showCounters()
 {
-    for (Channel& channel : m_Channels)
-        if (channel.channel)
-            channel.counter.show(channel.channel->bytes());
+    for (std::size_t number = 0; number < m_Channels.size(); ++number) {
+        Channel& channel = m_Channels[number];
+        if (!channel.channel)
+            continue;
+        const uint64_t underruns = channel.channel->underruns();
+        channel.bytes.show(channel.channel->bytes());
+        channel.underruns.show(underruns);
+        if (!channel.channel->ended() || underruns == channel.reportedUnderruns)
+            continue;
+        std::cerr << "virtual board: TX channel " << number << ": data came later than its time, "
+                  << underruns - channel.reportedUnderruns << " times" << std::endl;
+        channel.reportedUnderruns = underruns;
+    }
     m_RxCounter.show(m_Port.streamBytes());
 }
 
-void LiveBoard::sleepUntilNeeded(bool busy, Clock::time_point now)
+/// Only while nobody can be in the middle of a change.
+void LiveBoard::checkIpLut()
 {
-    if (busy)
-        m_LastWork = now;
-    Clock::duration span = now - m_LastWork < ATTENTION ? Clock::duration(ATTENTIVE) : Clock::duration(DROWSY);
-    std::vector<pollfd> channels;
+    if (m_IpLut.settle() && m_IpInput)
+        m_IpInput->tune(m_IpLut.rows());
+    const std::string fault = m_IpLut.fault();
+    if (!fault.empty() && fault != m_IpLutFault)
+        complain(fault);
+    m_IpLutFault = fault;
+}
+
+void LiveBoard::keepHouse()
+{
+    if (std::exchange(m_TablesTouched, m_Watch.inUse())) {
+        m_Router.checkPidLut();
+        if (!m_Watch.inUse())
+            checkIpLut();
+    }
+    m_Outputs.update(m_Now);
+    showCounters();
+    m_NextHousekeeping = m_Now + HOUSEKEEPING;
+}
+
+LiveBoard::Clock::duration LiveBoard::longestSleep() const
+{
+    if (m_Now - m_LastWork < ATTENTION)
+        return ATTENTIVE;
+    return m_Watch.inUse() ? Clock::duration(DROWSY) : Clock::duration(ASLEEP);
+}
+
+void LiveBoard::sleepUntilNeeded()
+{
+    Clock::duration span = longestSleep();
+    std::vector<pollfd> signs;
+    const auto watch = [&signs](int descriptor) {
+        signs.push_back({.fd = descriptor, .events = POLLIN, .revents = 0});
+    };
+    watch(m_Watch.descriptor());
+    if (m_IpInput)
+        watch(m_IpInput->descriptor());
     for (const Channel& channel : m_Channels) {
         if (!channel.channel)
             continue;
-        if (channel.channel->wantsData())
-            channels.push_back({.fd = channel.channel->descriptor(), .events = POLLIN, .revents = 0});
+        if (channel.channel->wantsData() && !channel.channel->ended())
+            watch(channel.channel->descriptor());
         if (channel.channel->hasPackets())
             span = std::min(span, channel.channel->nextDue() - Clock::now());
     }
+    if (m_Pace == Feed::Pace::PCR)
+        for (const FedInput& input : m_Feeds)
+            if (input.feed->nextDue() != Clock::time_point::max())
+                span = std::min(span, input.feed->nextDue() - Clock::now());
     if (span <= Clock::duration::zero())
         return;
     const auto nanoseconds = std::chrono::duration_cast<std::chrono::nanoseconds>(span).count(); // far below a second
     const timespec wait{.tv_sec = 0, .tv_nsec = static_cast<decltype(timespec::tv_nsec)>(nanoseconds)};
-    ::ppoll(channels.data(), channels.size(), &wait, nullptr);
+    sigset_t none;
+    ::sigemptyset(&none);
+    ::ppoll(signs.data(), signs.size(), &wait, &none);
 }
 
 void LiveBoard::run(const std::function<bool()>& ended)
 {
     while (!ended()) {
-        const Clock::time_point now = Clock::now();
-        const bool busy = serve(now);
-        if (now >= m_NextHousekeeping) {
-            m_Router.checkPidLut();
-            showCounters();
-            m_NextHousekeeping = now + HOUSEKEEPING;
-        }
-        sleepUntilNeeded(busy, now);
+        m_Now = Clock::now();
+        const bool busy = serve();
+        if (busy)
+            m_LastWork = m_Now;
+        if (m_Now >= m_NextHousekeeping)
+            keepHouse();
+        sleepUntilNeeded();
     }
-    showCounters();
+    m_Now = Clock::now();
+    keepHouse();
 }
 
 } // namespace Osl::VirtualBoard

@@ -1,8 +1,14 @@
 #pragma once
 
+#include "virtual_board/active_ip_lut.h"
 #include "virtual_board/byte_counter.h"
+#include "virtual_board/device_watch.h"
+#include "virtual_board/feed.h"
+#include "virtual_board/multicast_input.h"
 #include "virtual_board/packet_port.h"
 #include "virtual_board/router.h"
+#include "virtual_board/settings.h"
+#include "virtual_board/stream_outputs.h"
 #include "virtual_board/tx_channel.h"
 
 #include <osl/userspace_drivers/interfaces/pci/pciif.h>
@@ -14,42 +20,71 @@
 
 namespace Osl::VirtualBoard {
 
-/// The board at work on its folder: takes transfers, routes packets, counts, answers the packet port.
+/// The board at work on its folder: takes in streams, routes packets, counts, answers the packet port.
 class LiveBoard : private IPacketSinks
 {
 public:
-    /// `root` is the folder that makeBoard() made. Raises BoardError and what opening the devices raises.
-    explicit LiveBoard(const std::filesystem::path& root);
+    /// Works on the folder that makeBoard() made. Raises BoardError and what opening the devices and feeds raises.
+    explicit LiveBoard(const Settings& settings);
 
-    /// Works until `ended` answers true; it is asked every millisecond or so.
+    /// Works until `ended` answers true; it is asked every now and then, and after every signal.
     void run(const std::function<bool()>& ended);
 
 private:
+    using Clock = TxChannel::Clock;
+
     struct Channel
     {
         std::unique_ptr<TxChannel> channel; ///< empty where a file that is no pipe stands for the device
-        ByteCounter counter;
+        ByteCounter bytes;
+        ByteCounter underruns;
+        uint64_t reportedUnderruns = 0;
+    };
+
+    struct FedInput
+    {
+        uint32_t phyIIdx;
+        std::unique_ptr<Feed> feed;
     };
 
     volatile uint32_t* wordsOf(Pci::PciIf& device) const;
-    bool serve(TxChannel::Clock::time_point now);
+    void openChannels();
+    void openFeeds(const Settings& settings);
+    bool serve();
+    bool serveFeeds();
+    bool serveIpInputs();
+    void checkIpLut();
+    void keepHouse();
     void showCounters();
-    void sleepUntilNeeded(bool busy, TxChannel::Clock::time_point now);
+    Clock::duration longestSleep() const;
+    void sleepUntilNeeded();
     void route(uint32_t header, const uint8_t* packet);
+    uint32_t tsiOf(uint32_t phyIIdx) const;
 
     void toCpu(uint8_t tsi, const uint8_t* packet) override { m_Port.deliver(tsi, packet); }
-    void toOutput(uint8_t, const uint8_t*) override {}
+    void toOutput(uint8_t tso, const uint8_t* packet) override { m_Outputs.send(tso, packet, m_Now); }
     void complain(const std::string& what) override;
 
     std::filesystem::path m_Root;
     Pci::PciIf m_PidBlock;
+    Pci::PciIf m_IoBlock;
+    volatile uint32_t* m_Io;
     Pci::PciIf m_PortRegisters;
     Router m_Router;
+    StreamOutputs m_Outputs;
+    ActiveIpLut m_IpLut;
+    std::unique_ptr<MulticastInput> m_IpInput; ///< empty without a network
     PacketPort m_Port;
     ByteCounter m_RxCounter;
     std::vector<Channel> m_Channels;
-    TxChannel::Clock::time_point m_LastWork;
-    TxChannel::Clock::time_point m_NextHousekeeping;
+    Feed::Pace m_Pace;
+    std::vector<FedInput> m_Feeds;
+    DeviceWatch m_Watch;
+    bool m_TablesTouched = true; ///< since the last housekeeping
+    std::string m_IpLutFault;    ///< that was reported
+    Clock::time_point m_Now;
+    Clock::time_point m_LastWork;
+    Clock::time_point m_NextHousekeeping;
 };
 
 } // namespace Osl::VirtualBoard

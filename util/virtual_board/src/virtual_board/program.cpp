@@ -2,6 +2,10 @@
 
 #include "virtual_board/board_folder.h"
 #include "virtual_board/live_board.h"
+#include "virtual_board/private_network.h"
+#include "virtual_board/settings.h"
+
+#include <osl/cpputils/log.h>
 
 #include <cerrno>
 #include <csignal>
@@ -16,18 +20,38 @@ namespace Osl::VirtualBoard {
 namespace {
 
 constexpr std::string_view USAGE =
-    "usage: zeb_virtual_board FOLDER [COMMAND [ARGUMENT]...]\n"
+    "usage: zeb_virtual_board [--net] [--feed PORT=FILE]... [--fast] FOLDER [COMMAND [ARGUMENT]...]\n"
     "\n"
     "Makes FOLDER, or what is missing in it, the folder of a virtual board, whose files\n"
     "dev/... and sys/class/... stand for the devices and attributes of a real one.\n"
     "Then runs COMMAND, which is to find them at /dev/... and /sys/class/...:\n"
-    "scripts/board arranges that.\n";
+    "scripts/board arranges that.\n"
+    "\n"
+    "  --net    takes multicast streams in and sends them, on the loopback device of a\n"
+    "           network namespace that is the board's alone\n"
+    "  --feed   feeds a TS file into a physical input, over and over, in its own time\n"
+    "  --fast   feeds go once, as fast as they can be routed, when their input is mapped\n";
+
+void onChildsEnd(int) {}
+
+/// Lets the end of the command interrupt the board's sleep, and nothing else that it does.
+void preferSleepToBeInterrupted()
+{
+    std::signal(SIGCHLD, onChildsEnd);
+    sigset_t childsEnd;
+    ::sigemptyset(&childsEnd);
+    ::sigaddset(&childsEnd, SIGCHLD);
+    ::sigprocmask(SIG_BLOCK, &childsEnd, nullptr);
+}
 
 [[noreturn]] void becomeCommand(char** argv)
 {
     // The launcher ignores these for itself, so that Ctrl-C reaches the command alone.
     std::signal(SIGINT, SIG_DFL);
     std::signal(SIGQUIT, SIG_DFL);
+    sigset_t none;
+    ::sigemptyset(&none);
+    ::sigprocmask(SIG_SETMASK, &none, nullptr);
     ::execvp(argv[0], argv);
     const int reason = errno;
     std::cerr << "zeb_virtual_board: cannot run " << argv[0] << ": " << std::strerror(reason) << std::endl;
@@ -35,15 +59,18 @@ constexpr std::string_view USAGE =
 }
 
 /// Runs the command with the board at work behind it; ends with the command and its status.
-int runOnBoard(const char* folder, char** command)
+int runOnBoard(const Settings& settings)
 {
     constexpr int SIGNAL_STATUS = 128; // plus the signal's number
-    LiveBoard board(folder);
+    if (settings.network == Network::PRIVATE)
+        preparePrivateNetwork();
+    LiveBoard board(settings);
+    preferSleepToBeInterrupted();
     const pid_t child = ::fork();
     if (child < 0)
         OSL_RAISE(BoardError, std::string("Cannot start a process: ") + std::strerror(errno));
     if (child == 0)
-        becomeCommand(command);
+        becomeCommand(settings.command);
     // Ctrl-C ends the command, and the board only with it.
     std::signal(SIGINT, SIG_IGN);
     std::signal(SIGQUIT, SIG_IGN);
@@ -56,22 +83,22 @@ int runOnBoard(const char* folder, char** command)
 
 int runProgram(int argc, char** argv)
 {
-    const std::string_view folder = argc > 1 ? argv[1] : "";
-    if (folder == "-h" || folder == "--help") {
+    CppUtil::Log::setUp(CppUtil::Log::Level::WARNING);
+    const std::string_view first = argc > 1 ? argv[1] : "";
+    if (first == "-h" || first == "--help") {
         std::cout << USAGE << std::flush;
         return 0;
     }
-    if (folder.empty() || folder.front() == '-') {
-        std::cerr << USAGE << std::flush;
-        return EXIT_NO_BOARD;
-    }
     try {
-        makeBoard(folder);
-        return argc > 2 ? runOnBoard(argv[1], argv + 2) : 0;
+        const Settings settings = readArguments(argc, argv);
+        makeBoard(settings.folder);
+        return settings.command != nullptr ? runOnBoard(settings) : 0;
+    } catch (const CppUtil::InvalidArgumentError& error) {
+        std::cerr << "zeb_virtual_board: " << error.what() << '\n' << USAGE << std::flush;
     } catch (const std::exception& error) {
         std::cerr << "zeb_virtual_board: " << error.what() << std::endl;
-        return EXIT_NO_BOARD;
     }
+    return EXIT_NO_BOARD;
 }
 
 } // namespace Osl::VirtualBoard

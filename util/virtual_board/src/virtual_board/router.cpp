@@ -9,6 +9,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <chrono>
 
 namespace Osl::VirtualBoard {
 
@@ -31,6 +32,9 @@ constexpr uint32_t keyOf(uint32_t tsi, uint32_t pid)
 }
 constexpr uint32_t KEY_MASK = PidLutFields::TSIIDX.mask() | PidLutFields::PID.mask();
 constexpr uint32_t STUFFING_KEY = KEY_MASK;
+
+/// In less time nobody edits both banks of the PID LUT, unless to clear them.
+constexpr auto FASTEST_TABLE_EDITS = std::chrono::microseconds(200);
 
 } // namespace
 
@@ -61,14 +65,18 @@ std::optional<Router::PidLutRow> Router::findInBank(uint32_t base, uint32_t key)
     return std::nullopt;
 }
 
-std::optional<Router::PidLutRow> Router::find(uint32_t key) const
+/// What `read` gets from the active bank. Once switched, the bank that was read may be half of the next table; and when
+/// that took long the bank may have been switched twice.
+template <class Read>
+auto Router::fromActiveBank(Read read) const
 {
+    using Clock = std::chrono::steady_clock;
     for (;;) {
+        const auto begun = Clock::now();
         const uint32_t bank = PID_LUT.active(m_Block[PID_LUT.bankWord]);
-        const auto row = findInBank(bank, key);
-        // Once switched, the bank that was searched may be half of the next table.
-        if (PID_LUT.active(m_Block[PID_LUT.bankWord]) == bank)
-            return row;
+        const auto result = read(bank);
+        if (PID_LUT.active(m_Block[PID_LUT.bankWord]) == bank && Clock::now() - begun < FASTEST_TABLE_EDITS)
+            return result;
     }
 }
 
@@ -98,7 +106,8 @@ void Router::fromInput(uint8_t tsi, const uint8_t* packet)
     count(TSI_BITRATE_BASE, tsi);
     const uint32_t key = keyOf(tsi, Ll::pid(packet));
     // The last key is that of stuffing rows, which route nothing.
-    const auto row = key == STUFFING_KEY ? std::nullopt : find(key);
+    const auto row =
+        key == STUFFING_KEY ? std::nullopt : fromActiveBank([&](uint32_t bank) { return findInBank(bank, key); });
     if (!row) {
         const std::array<uint32_t, 1> wholeStream{m_Block[TSI_MAP.rowOffset(tsi)]};
         if (TsiMapFields::ENABLED.get(wholeStream) != 0)
@@ -140,22 +149,27 @@ void Router::throughOutput(uint8_t tso, const uint8_t* packet)
     m_Sinks.toOutput(tso, packet);
 }
 
-void Router::checkPidLut()
+/// "" when there is none.
+std::string Router::faultIn(uint32_t base) const
 {
-    const uint32_t bank = PID_LUT.active(m_Block[PID_LUT.bankWord]);
-    if (m_CheckedBank == bank)
-        return;
-    m_CheckedBank = bank;
-    uint32_t last = pidLutRow(bank, 0)[0] & KEY_MASK;
+    uint32_t last = pidLutRow(base, 0)[0] & KEY_MASK;
     for (uint32_t row = 1; row < PID_LUT.rows; ++row) {
-        const uint32_t key = pidLutRow(bank, row)[0] & KEY_MASK;
-        if (key < last || (key == last && key != STUFFING_KEY)) {
-            m_Sinks.complain(fmt::format("PID LUT: row {} of the active bank {}", row,
-                                         key < last ? "is not in order" : "has the key of the row before it"));
-            return;
-        }
+        const uint32_t key = pidLutRow(base, row)[0] & KEY_MASK;
+        if (key < last)
+            return fmt::format("PID LUT: row {} of the active bank is not in order", row);
+        if (key == last && key != STUFFING_KEY)
+            return fmt::format("PID LUT: row {} of the active bank has the key of the row before it", row);
         last = key;
     }
+    return "";
+}
+
+void Router::checkPidLut()
+{
+    const std::string fault = fromActiveBank([this](uint32_t bank) { return faultIn(bank); });
+    if (!fault.empty() && fault != m_Fault)
+        m_Sinks.complain(fault);
+    m_Fault = fault;
 }
 
 } // namespace Osl::VirtualBoard

@@ -38,8 +38,8 @@ public:
     /// A packet that leaves through an output.
     void throughOutput(uint8_t tso, const uint8_t* packet);
 
-    /// Complains when the active bank of the PID LUT is not sorted, or has a key twice; does so once for every switch
-    /// of the bank. To be called every now and then.
+    /// Complains when the active bank of the PID LUT is not sorted, or has a key twice; once until that changes. To be
+    /// called when the table may have changed.
     void checkPidLut();
 
 private:
@@ -48,15 +48,17 @@ private:
 
     PidLutRow pidLutRow(uint32_t base, uint32_t row) const;
     std::optional<PidLutRow> findInBank(uint32_t base, uint32_t key) const;
-    std::optional<PidLutRow> find(uint32_t key) const;
+    template <class Read>
+    auto fromActiveBank(Read read) const;
+    std::string faultIn(uint32_t base) const;
     bool passesFilter(uint32_t key, uint32_t filterIndex, const uint8_t* packet);
     void count(uint32_t firstCounterWord, uint32_t index);
 
     volatile uint32_t* m_Block;
     IPacketSinks& m_Sinks;
     std::map<uint32_t, uint32_t> m_FilterCredit; ///< by PID LUT key: packets of the payload unit that may still pass
-    std::optional<uint32_t> m_CheckedBank;
-    uint32_t m_LoopReported = 0; ///< PIDIDX at which a looping list was entered last; 0: none
+    std::string m_Fault;                         ///< of the active bank, which was reported
+    uint32_t m_LoopReported = 0;                 ///< PIDIDX at which a looping list was entered last; 0: none
 };
 
 } // namespace Osl::VirtualBoard

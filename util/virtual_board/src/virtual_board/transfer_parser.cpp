@@ -28,6 +28,13 @@ bool isSegmentHead(const uint8_t* head)
 
 } // namespace
 
+void TransferParser::reportGarbage()
+{
+    if (m_Garbage != 0)
+        m_Events.onGarbage(m_Garbage);
+    m_Garbage = 0;
+}
+
 /// Bytes that were used; 0 when more are needed.
 std::size_t TransferParser::parseAt(std::size_t position)
 {
@@ -42,9 +49,7 @@ std::size_t TransferParser::parseAt(std::size_t position)
         m_Garbage += HEADER_SIZE;
         return HEADER_SIZE;
     }
-    if (m_Garbage != 0)
-        m_Events.onGarbage(m_Garbage);
-    m_Garbage = 0;
+    reportGarbage();
     if (isRecord) {
         m_Events.onPacket(loadBigEndian(bytes), bytes + HEADER_SIZE);
         return ZebPcrWriter::RECORD_SIZE;
@@ -64,6 +69,14 @@ void TransferParser::feed(std::span<const uint8_t> bytes)
         position += used;
     }
     m_Bytes.erase(m_Bytes.begin(), m_Bytes.begin() + static_cast<std::ptrdiff_t>(position));
+}
+
+void TransferParser::end()
+{
+    reportGarbage();
+    if (!m_Bytes.empty())
+        m_Events.onTruncated(m_Bytes.size());
+    m_Bytes.clear();
 }
 
 } // namespace Osl::VirtualBoard

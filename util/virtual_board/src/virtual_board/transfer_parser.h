@@ -19,6 +19,8 @@ public:
     virtual void onPacket(uint32_t header, const uint8_t* packet) = 0;
     /// Bytes that are neither were skipped.
     virtual void onGarbage(std::size_t bytes) = 0;
+    /// The bytes ended inside a segment head or a record, of which only so many came.
+    virtual void onTruncated(std::size_t bytes) = 0;
 };
 
 /// Finds segment heads and packet records in a channel's bytes, however these are cut on the way. A record has the sync
@@ -30,8 +32,12 @@ public:
 
     void feed(std::span<const uint8_t> bytes);
 
+    /// The sender is gone: what follows starts anew.
+    void end();
+
 private:
     std::size_t parseAt(std::size_t position);
+    void reportGarbage();
 
     ITransferEvents& m_Events;
     std::vector<uint8_t> m_Bytes; ///< not parsed yet

@@ -23,6 +23,7 @@ struct NotingEvents : ITransferEvents
         notes.push_back(fmt::format("packet {:08x} {:02x}", header, packet[187]));
     }
     void onGarbage(std::size_t bytes) override { notes.push_back(fmt::format("garbage {}", bytes)); }
+    void onTruncated(std::size_t bytes) override { notes.push_back(fmt::format("truncated {}", bytes)); }
 
     std::vector<std::string> notes;
 };

@@ -27,22 +27,29 @@ TxChannel::Clock::time_point TxChannel::at(int64_t ticks) const
     return m_Origin + std::chrono::duration_cast<Clock::duration>(Ticks(ticks));
 }
 
+/// Lets time start anew when it is too late for what comes now. A new sender's time starts when it likes.
+void TxChannel::catchUp()
+{
+    if (at(m_NextTicks) < m_Now) {
+        if (m_NextTicks != 0 && !m_Fresh)
+            ++m_Underruns;
+        m_Origin = m_Now;
+        m_NextTicks = 0;
+    }
+    m_Fresh = false;
+}
+
 void TxChannel::onSegment(uint32_t spacing, uint32_t remainder)
 {
     m_NextTicks += m_Remainder;
     m_Spacing = spacing;
     m_Remainder = remainder;
-    // After a pause, and at the first segment, time starts anew.
-    if (at(m_NextTicks) < m_Now) {
-        if (m_NextTicks != 0)
-            ++m_Starved;
-        m_Origin = m_Now;
-        m_NextTicks = 0;
-    }
+    catchUp();
 }
 
 void TxChannel::onPacket(uint32_t header, const uint8_t* packet)
 {
+    catchUp();
     Packet waiting{.due = at(m_NextTicks), .header = header, .bytes = {}};
     std::copy_n(packet, Ts::TS_SIZE, waiting.bytes.begin());
     m_Packets.push_back(waiting);
@@ -54,9 +61,20 @@ void TxChannel::onGarbage(std::size_t bytes)
     m_Complain(fmt::format("TX channel {}: {} bytes were neither segment head nor packet record", m_Number, bytes));
 }
 
+void TxChannel::onTruncated(std::size_t bytes)
+{
+    m_Complain(fmt::format("TX channel {}: the sender ended inside a transfer; its last {} bytes are dropped", m_Number,
+                           bytes));
+}
+
 bool TxChannel::read(Clock::time_point now)
 {
     const ssize_t count = ::read(*m_Device, m_ReadBuffer.data(), m_ReadBuffer.size());
+    if (count == 0 && !m_Ended) {
+        m_Parser.end();
+        m_Fresh = true;
+    }
+    m_Ended = count == 0;
     if (count <= 0)
         return false;
     m_Now = now;

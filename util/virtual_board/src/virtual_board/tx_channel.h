@@ -1,5 +1,6 @@
 #pragma once
 
+#include "virtual_board/reporting.h"
 #include "virtual_board/transfer_parser.h"
 
 #include <osl/linutils/raii_filedescriptors.h>
@@ -21,9 +22,8 @@ class TxChannel : private ITransferEvents
 public:
     using Clock = std::chrono::steady_clock;
     using Send = std::function<void(uint32_t header, const uint8_t* packet)>;
-    using Complain = std::function<void(const std::string& what)>;
 
-    /// `device` is the stream's end, which must not block.
+    /// `device` is the stream's reading end, which must not block.
     TxChannel(unsigned number, LinuxCppUtil::UniqueFD device, Send send, Complain complain);
 
     /// Reads what there is room for and sends what is due at `now`. Answers whether there was anything to do.
@@ -34,8 +34,11 @@ public:
     /// When the next packet is due; of a channel that hasPackets().
     Clock::time_point nextDue() const { return m_Packets.front().due; }
     int descriptor() const { return *m_Device; }
-    uint64_t bytes() const { return m_Bytes; }     ///< taken from the device
-    uint64_t starved() const { return m_Starved; } ///< segments that came after their time
+    /// Whether nobody has the device open for writing, so that its descriptor() is of no use for waiting.
+    bool ended() const { return m_Ended; }
+    uint64_t bytes() const { return m_Bytes; } ///< taken from the device
+    /// How often a sender's data came after its time. The rest of the stream is late by as much then.
+    uint64_t underruns() const { return m_Underruns; }
 
 private:
     static constexpr std::size_t MAX_WAITING = 512; ///< packets
@@ -51,6 +54,8 @@ private:
     void onSegment(uint32_t spacing, uint32_t remainder) override;
     void onPacket(uint32_t header, const uint8_t* packet) override;
     void onGarbage(std::size_t bytes) override;
+    void onTruncated(std::size_t bytes) override;
+    void catchUp();
     Clock::time_point at(int64_t ticks) const;
     bool read(Clock::time_point now);
 
@@ -67,7 +72,9 @@ private:
     uint32_t m_Spacing = 0;
     uint32_t m_Remainder = 0; ///< of the current segment, given behind its last packet
     uint64_t m_Bytes = 0;
-    uint64_t m_Starved = 0;
+    uint64_t m_Underruns = 0;
+    bool m_Ended = true;
+    bool m_Fresh = true; ///< nothing has come from the present sender
 };
 
 } // namespace Osl::VirtualBoard

@@ -68,7 +68,7 @@ TEST_F(TxChannelTest, PacketsGoWhenTheirSpacingSays)
     EXPECT_EQ(m_Sent.size(), 3U);
     serveAt(2101us);
     EXPECT_THAT(m_Sent, ElementsAre(1, 2, 3, 4));
-    EXPECT_EQ(m_Channel->starved(), 0U);
+    EXPECT_EQ(m_Channel->underruns(), 0U);
     EXPECT_EQ(m_Channel->bytes(), 2 * 448U);
 }
 
@@ -81,7 +81,7 @@ TEST_F(TxChannelTest, WithoutSpacingTheyGoAtOnceAndLateSegmentsCountAsStarved)
     serveAt(10us);
     segment(27'000, 0, 5);
     serveAt(3000us);
-    EXPECT_EQ(m_Channel->starved(), 1U);
+    EXPECT_EQ(m_Channel->underruns(), 1U);
     EXPECT_THAT(m_Sent, ElementsAre(1, 2, 3, 4, 5));
 }
 

@@ -1,0 +1,341 @@
+"""Streams through the virtual board: from every kind of input, by the tables, to every kind of output."""
+
+import json
+import random
+import struct
+import subprocess
+import sys
+from pathlib import Path
+
+import pytest
+
+from harness import ts
+from harness.board import IPLUT, LAUNCHER, PIDLUT, TIMEOUT, environment, run_bare, wait_until
+
+TRAFFIC = Path(__file__).with_name("harness") / "traffic.py"
+
+
+def program(board, *commands):
+    """Runs commands of the tool, one a line."""
+    result = board.sh("set -e\n" + "\n".join(f"zeb_fpga_shell {command}" for command in commands))
+    assert (result.status, result.err) == (0, "")
+
+
+def write(path, packets):
+    path.write_bytes(ts.join(packets))
+    return path
+
+
+def only(packets, pid, new_pid=None):
+    """The packets of a PID, as they are after its rewriting."""
+    return [ts.with_pid(packet, new_pid or pid) for packet in packets if packet.pid == pid]
+
+
+# --- Transfers, and physical outputs ---------------------------------------------------------------------------------
+
+
+@pytest.mark.parametrize(
+    "designator, tables, expected",
+    [
+        ("-i 5", ["wrpidlut -t 5 -p 0x100 -P 7 -O"], lambda sent: only(sent, 0x100, 0x321)),
+        ("-i 5", ["wrtsimap -t 5 -P 7"], lambda sent: [ts.with_pid(packet, 0x321) for packet in sent]),
+        ("-i 5", ["wrtsimap -t 5 -P 7", "wrpidlut -t 5 -p 0x100 -P 9 -O", "wrpidlut -t 5 -p 0x101 -P 7 -C"],
+         lambda sent: only(sent, 0x1FFF, 0x321)),
+        ("-P 7", [], lambda sent: [ts.with_pid(packet, 0x321) for packet in sent]),
+        ("-o 3", [], lambda sent: sent),
+    ],
+    ids=["PID LUT", "TSI MAP", "PID LUT before TSI MAP", "PIDIDX", "TSO"],
+)  # fmt: skip
+def test_every_designator_enters_at_its_table(board, tmp_path, designator, tables, expected):
+    sent = ts.made_up(300)
+    program(board, "wropidmap -P 7 -t 3 -p 0x321 -N 8", "wropidmap -P 8 -t 4", "wrphyomap -t 3 -p 0",
+            "wrphyomap -t 4 -p 15", *tables)  # fmt: skip
+    program(board, f"wrtspackets -q -C 1 {designator} -f {write(tmp_path / 'sent.ts', sent)} >/dev/null")
+    expected = expected(sent)
+    assert ts.packets_of(board.output("modulator0", len(expected))) == expected
+    if designator != "-o 3":  # the list's second row has no new PID
+        copies = [packet.data[4:] for packet in ts.packets_of(board.output("modulator15", len(expected)))]
+        assert copies == [packet.data[4:] for packet in expected]
+    assert board.words(PIDLUT, 1280 + 3, 1) == [len(expected)]
+    assert board.words(PIDLUT, 1024 + 5, 1) == [len(sent) if designator == "-i 5" else 0]
+
+
+def test_cam_monitor_counts_watched_pids_and_their_errors(board, tmp_path):
+    sent = ts.made_up(300)
+    missing, repeated = (index for index in (30, 60))  # both of PID 0x100
+    faulty = sent[:missing] + sent[missing + 1 : repeated + 1] + sent[repeated:]
+    program(board, "wrphyomap -t 3 -p 18", "wrcammon -S 2 -p 0x100", "wrcammon -S 2 -p 0x102")
+    before = board.run("rcammon", "-S", 2).out
+    assert before.count("PKT_CNT:0x00000(000000), ERR_CNT:0x00000(000000)") == 2
+    program(board, f"wrtspackets -q -o 3 -f {write(tmp_path / 'sent.ts', faulty)} >/dev/null")
+    assert ts.packets_of(board.output("cam2", 300)) == faulty
+    wait_until(lambda: board.run("rcammon", "-S", 2).out != before)
+    assert board.run("rcammon", "-S", 2).out == (
+        "00: PID:0x0100(0256), PKT_CNT:0x00064(000100), ERR_CNT:0x00001(000001)\n"
+        "01: PID:0x0102(0258), PKT_CNT:0x00000(000000), ERR_CNT:0x00000(000000)\n"
+    )
+
+
+def segment(packets, spacing, header=5):
+    """A segment for a TX DMA channel, remainder 0."""
+    records = b"".join(struct.pack(">I", header) + packet.data for packet in packets)
+    return struct.pack(">II56x", spacing, 0) + records
+
+
+def test_late_data_is_an_underrun_and_no_complaint(board, tmp_path):
+    underruns = board.path("sys/class/zebtsif/zebtsif_pktio_tx1/underruns")
+    before = int(underruns.read_text())
+    (tmp_path / "segment").write_bytes(segment(ts.made_up(20), 2700))
+    one, late = f"cat {tmp_path}/segment", "sleep 0.2"
+    assert board.sh(f"({one}; {late}; {one}; {one}) > /dev/zebtsif_pktio_tx1; {late}; {one} > /dev/zebtsif_pktio_tx1").status == 0
+    wait_until(lambda: board.words(PIDLUT, 1024 + 5, 1) == [80])
+    wait_until(lambda: int(underruns.read_text()) > before)
+    assert int(underruns.read_text()) == before + 1
+
+
+# --- Physical inputs -------------------------------------------------------------------------------------------------
+
+ROUTE_TUNER = """
+    zeb_fpga_shell wrtsimap -t 4 -P 7; zeb_fpga_shell wropidmap -P 7 -t 3
+    zeb_fpga_shell wrphyomap -t 3 -p 1; zeb_fpga_shell wrphyimap -p 32 -t 4
+"""
+
+
+def feed(folder, file, script, *options):
+    """Runs a script on a board whose tuner16 is fed; answers what left through modulator1."""
+    argv = [LAUNCHER, "run", "--dir", folder, "--feed", f"tuner16={file}", *options, "--", "bash", "-c"]
+    result = run_bare(*argv, ROUTE_TUNER + script)
+    assert result == (0, "", "")
+    return ts.packets_of((folder / "dev/zebtsif_outputs/modulator1.ts").read_bytes())
+
+
+def test_fast_feed_goes_once_and_whole(tmp_path):
+    sent = ts.made_up(20000)
+    size = len(sent) * ts.TS
+    script = f"until [[ $(stat -c %s /dev/zebtsif_outputs/modulator1.ts 2>/dev/null) -ge {size} ]]; do sleep 0.01; done"
+    assert feed(tmp_path / "board", write(tmp_path / "sent.ts", sent), script, "--fast") == sent
+
+
+def test_paced_feed_loops_without_a_seam(tmp_path):
+    sent = ts.made_up(2998, ticks=2700)  # 0.3 s
+    came = feed(tmp_path / "board", write(tmp_path / "sent.ts", sent), "sleep 1")
+    assert 6000 < len(came) < 12000
+    start = sent.index(next(packet for packet in sent if packet.data[-170:] == came[0].data[-170:]))
+    assert [packet.data[-170:] for packet in came] == [
+        sent[(start + index) % len(sent)].data[-170:] for index in range(len(came))
+    ]
+    for pid in (0x100, 0x101):
+        counters = [packet.continuity for packet in came if packet.pid == pid]
+        assert all((after - before) % 16 == 1 for before, after in zip(counters, counters[1:]))
+    pcrs = [(index, packet.pcr) for index, packet in enumerate(came) if packet.pcr is not None]
+    assert all(abs(after[1] - before[1] - 2700 * (after[0] - before[0])) < 2700 for before, after in zip(pcrs, pcrs[1:]))
+
+
+@pytest.mark.parametrize(
+    "argument, message",
+    [
+        ("tuner0={tmp}/none.ts", "Cannot open {tmp}/none.ts: No such file or directory"),
+        ("tuner0={tmp}/text", "{tmp}/text cannot be fed: TS streaming read error: The input is no transport stream"),
+        ("tuner0={tmp}/empty", "{tmp}/empty"),
+        ("tuner22={tmp}/text", "there is no input \"tuner22\"; there are cam0, cam1, "),
+    ],
+)
+def test_unusable_feed(tmp_path, argument, message):
+    (tmp_path / "text").write_text("text\n" * 1000)
+    (tmp_path / "empty").touch()
+    result = run_bare(LAUNCHER, "run", "--feed", argument.format(tmp=tmp_path), "--", "echo", "ran")
+    assert result[:2] == (125, "")
+    assert message.format(tmp=tmp_path) in result.err
+
+
+# --- Networks --------------------------------------------------------------------------------------------------------
+
+GROUP_IN, GROUP_OUT = ["239.1.1.1", 1234], ["239.2.2.2", 5000]
+ROUTE_NETWORK = ["wriplut -t 9 -i 239.1.1.1 -p 1234", "wrpidlut -t 9 -p 0x100 -P 7 -O", "wropidmap -P 7 -t 3 -p 0x200"]
+
+
+def exchange(board, folder, send, receive, quiet=0.3):
+    """Sends datagrams, (group, port, bytes), and answers what came to each of the groups of `receive`."""
+    task = {"send": [[group, port, data.hex()] for (group, port), data in send], "receive": receive, "quiet": quiet}
+    (folder / "task").write_text(json.dumps(task))
+    result = board.execute([sys.executable, TRAFFIC, folder / "task"])
+    assert (result.status, result.err) == (0, "")
+    return [[bytes.fromhex(datagram) for datagram in datagrams] for datagrams in json.loads(result.out)]
+
+
+def datagrams_of(packets, head=b"", tail=b""):
+    return [head + ts.join(packets[at : at + 7]) + tail for at in range(0, len(packets), 7)]
+
+
+def rtp(flags, more=b""):
+    return bytes([0x80 | flags, 33]) + bytes(10) + more
+
+
+IN_KINDS = {
+    "plain": {},
+    "rtp": {"head": rtp(0)},
+    "rtp with everything": {
+        "head": rtp(0x32, bytes(8) + b"\x12\x34\x00\x03" + 12 * b"\x47"),  # two sources, an extension, padding
+        "tail": b"\0\0\0\x04",
+    },
+}
+
+
+@pytest.mark.parametrize("out", ["", "-r"], ids=["plain out", "rtp out"])
+@pytest.mark.parametrize("kind", IN_KINDS)
+def test_multicast_in_and_out(net_board, tmp_path, kind, out):
+    sent = ts.made_up(310)
+    program(net_board, *ROUTE_NETWORK, f"wripoutmap -t 3 -i 239.2.2.2 -p 5000 {out}")
+    send = [(GROUP_IN, datagram) for datagram in datagrams_of(sent, **IN_KINDS[kind])]
+    (came,) = exchange(net_board, tmp_path, send, [GROUP_OUT])
+    size = 12 if out else 0
+    assert b"".join(datagram[size:] for datagram in came) == ts.join(only(sent, 0x100, 0x200))
+    assert [len(datagram) for datagram in came[:-1]] == [size + 7 * ts.TS] * (len(came) - 1)
+    if out:
+        heads = [struct.unpack(">BBHII", datagram[:12]) for datagram in came]
+        assert {head[:2] + head[4:] for head in heads} == {(0x80, 33, heads[0][4])}
+        assert [head[2] for head in heads] == [(heads[0][2] + index) % 65536 for index in range(len(came))]
+        assert all((after[3] - before[3]) % 2**32 < 90000 for before, after in zip(heads, heads[1:]))
+
+
+def test_groups_follow_the_active_table(net_board, tmp_path):
+    """Moved, removed, and with a neighbour that differs in the port alone."""
+    sent = ts.made_up(70, pids=[0x100])
+    program(net_board, *ROUTE_NETWORK, "wripoutmap -t 3 -i 239.2.2.2 -p 5000")
+    addresses = [GROUP_IN, ["239.1.1.1", 1235], ["239.1.1.2", 1234]]
+    for command, heard in [
+        ("wriplut -t 9 -i 239.1.1.1 -p 1235", 1),
+        ("wriplut -t 9 -i 239.1.1.2 -p 1234", 2),
+        ("wriplut -t 8 -i 239.1.1.1 -p 1234", 2),
+        ("clriplut", None),
+    ]:
+        program(net_board, command)
+        send = [(address, data) for data in datagrams_of(sent) for address in addresses]
+        (came,) = exchange(net_board, tmp_path, send, [GROUP_OUT], quiet=0.15)
+        assert len(came) == (0 if heard is None else len(datagrams_of(sent))), command
+
+
+def test_datagrams_without_ts_are_reported_and_dropped(net_board, tmp_path):
+    sent = ts.made_up(70, pids=[0x100])
+    program(net_board, *ROUTE_NETWORK, "wripoutmap -t 3 -i 239.2.2.2 -p 5000")
+    good = datagrams_of(sent)[0]
+    bad = [b"", b"text", good[:-1], good + b"\0", rtp(0) + good[1:], rtp(0x10, b"\0\0\xff\xff") + good,
+           rtp(0x20) + good + b"\xff", rtp(0x0F), bytes(188)]  # fmt: skip
+    send = [(GROUP_IN, datagram) for wrong in bad for datagram in (good, wrong)]
+    (came,) = exchange(net_board, tmp_path, send, [GROUP_OUT])
+    assert len(came) == len(bad)
+    complaints = net_board.new_complaints()
+    assert 1 <= len(complaints) <= 3  # one a second at most
+    assert complaints[0] == "1 datagrams to 239.1.1.1:1234 are no transport stream; the last has 0 bytes"
+
+
+def test_the_network_is_the_boards_own(net_board, tmp_path):
+    devices = net_board.sh("cut -d: -sf1 /proc/net/dev | tr -d ' '").out.split()
+    assert "lo" in devices and "eth0" not in devices
+    program(net_board, *ROUTE_NETWORK, "wripoutmap -t 3 -i 239.2.2.2 -p 5000")
+    script = f"{' && '.join('zeb_fpga_shell ' + command for command in ROUTE_NETWORK)} && echo ready && read -r _"
+    other = subprocess.Popen([LAUNCHER, "run", "--net", "bash", "-c", script], stdin=subprocess.PIPE,
+                             stdout=subprocess.PIPE, env=environment())  # fmt: skip
+    assert other.stdout.readline() == b"ready\n"
+    sent = ts.made_up(70, pids=[0x100])
+    (came,) = exchange(net_board, tmp_path, [(GROUP_IN, data) for data in datagrams_of(sent)], [GROUP_OUT])
+    assert b"".join(came) == ts.join(only(sent, 0x100, 0x200))  # once, not twice
+    other.communicate(b"\n", timeout=TIMEOUT)
+    assert other.returncode == 0
+
+
+# --- What real hardware would choke on -------------------------------------------------------------------------------
+
+
+def poke_pid_lut(*rows):
+    return lambda board: (board.poke(PIDLUT, 12288, *sum(rows, ())), board.poke(PIDLUT, 129, 1))
+
+
+def poke_ip_lut(*rows):
+    return lambda board: (board.poke(IPLUT, 2048, *sum(rows, ())), board.poke(IPLUT, 0, 1))
+
+
+def transfer(data):
+    return lambda board: board.execute(["bash", "-c", f"printf '{data}' > /dev/zebtsif_pktio_tx2"])
+
+
+def send_to(*commands):
+    def act(board):
+        program(board, *commands)
+        name = board.folder / "complaint.ts"
+        program(board, f"wrtspackets -q -o 3 -f {write(name, ts.made_up(20))} >/dev/null")
+
+    return act
+
+
+@pytest.mark.parametrize(
+    "act, complaint",
+    [
+        (poke_pid_lut((0xA100, 0), (0x6100, 0)), "PID LUT: row 1 of the active bank is not in order"),
+        (poke_pid_lut((0x6100, 0), (0x6100, 0)), "PID LUT: row 1 of the active bank has the key of the row before it"),
+        (poke_ip_lut((0xEF000002, 0x01050050), (0xEF000001, 0x01060050)), "IP LUT: row 1 of the active bank is not in order"),
+        (poke_ip_lut((0xEF000001, 0x01050050), (0xEF000001, 0x01060050)), "IP LUT: row 1 of the active bank has the key"),
+        (poke_ip_lut((0x0A000001, 0x01050050)), "IP LUT: 10.0.0.1:80 of TSI 5 is no multicast group"),
+        (transfer("%0200d"), "TX channel 2: 200 bytes were neither segment head nor packet record"),
+        (transfer(r"\0%03d\x47"), "TX channel 2: the sender ended inside a transfer; its last 5 bytes are dropped"),
+        (send_to("write32 -d iplut -o 259 -v 0x11b"), "a stream is mapped to PHYOIDX 27, where the board has no output"),
+        (send_to("write32 -d iplut -o 1038 -v 0x0a000001", "write32 -d iplut -o 1039 -v 0x20050"),
+         "TSO 3 is sent to 10.0.0.1, which is no multicast group"),
+    ],
+    ids=lambda value: value if isinstance(value, str) else "",
+)  # fmt: skip
+def test_the_board_complains_and_goes_on(net_board, tmp_path, act, complaint):
+    act(net_board)
+    net_board.expect_complaints(complaint)
+    net_board.reset()
+    program(net_board, "wrphyomap -t 7 -p 2")
+    sent = ts.made_up(20)
+    program(net_board, f"wrtspackets -q -C 2 -o 7 -f {write(tmp_path / 'sent.ts', sent)} >/dev/null")
+    assert ts.packets_of(net_board.output("modulator2", 20)) == sent
+
+
+# --- Tables that change under traffic --------------------------------------------------------------------------------
+
+SWITCHES = """
+    zeb_fpga_shell wrtspackets -q -l -i 5 -C 3 -f {stream} > {summary} & sender=$!
+    end=$((SECONDS + 6)) edits=0 imports=0
+    while (( SECONDS < end )); do
+        zeb_fpga_shell imptabs -f {one} && zeb_fpga_shell imptabs -f {other} && (( imports += 2 )) || exit 1
+        for round in 1 2 3 4 5; do
+            zeb_fpga_shell wrpidlut -t 2 -p $round -P 3 -O && zeb_fpga_shell wrpidlut -t 5 -p 0x100 -P 20 -O &&
+                zeb_fpga_shell wrpidlut -t 2 -p $round -c && zeb_fpga_shell wrpidlut -t 5 -p 0x100 -P 10 -O &&
+                (( edits += 4 )) || exit 1
+        done
+    done
+    kill -INT $sender; wait $sender && echo $edits $imports
+"""
+
+
+def test_no_packet_is_routed_by_a_half_written_table(board, tmp_path):
+    """Whatever the tables are at a moment, TSI 5 PID 0x100 leaves as 0x200 or 0x300, once and in order; all else of the
+    stream goes to another output by the TSI MAP."""
+    stream = write(tmp_path / "stream.ts", ts.made_up(5000, ticks=5400))  # 7.5 Mbit/s
+    program(board, "wrphyomap -t 3 -p 0", "wrphyomap -t 4 -p 1", "wrtsimap -t 5 -P 30", "wropidmap -P 30 -t 4",
+            "wropidmap -P 10 -t 3 -p 0x200", "wropidmap -P 20 -t 3 -p 0x300")  # fmt: skip
+    images = []
+    for pididx, seed in ((10, 1), (20, 2)):
+        # Rows before and behind move the stream's row, and the bisection's way to it.
+        keys = random.Random(seed).sample([(tsi, pid) for tsi in (1, 4, 6, 200) for pid in range(8000)], 500 * seed)
+        rows = {key: 0xFF001001 for key in keys} | {(5, 0x100): 0xFF001000 | pididx}
+        board.poke(PIDLUT, 8192, *sum(([tsi << 13 | pid, word] for (tsi, pid), word in sorted(rows.items())), []))
+        images.append(tmp_path / f"image{seed}")
+        program(board, f"exptabs -f {images[-1]}")
+    names = dict(stream=stream, summary=tmp_path / "summary", one=images[0], other=images[1])
+    result = board.sh(SWITCHES.format(**names))
+    assert (result.status, result.err) == (0, "")
+    edits, imports = map(int, result.out.split())
+    print(f"{edits} edits, {imports} imports")
+    assert edits >= 100 and imports >= 10  # thousands and hundreds on an idle machine
+    count = int((tmp_path / "summary").read_text().split()[1])
+    wait_until(lambda: board.words(PIDLUT, 1024 + 5, 1) == [count % 2**18])
+    routed = ts.packets_of(board.output("modulator0", (count + 2) // 3))
+    others = ts.packets_of(board.output("modulator1", count - len(routed)))
+    assert {packet.pid for packet in routed} == {0x200, 0x300}
+    assert {packet.pid for packet in others} == {0x101, 0x1FFF}
+    assert len(routed) == (count + 2) // 3 and len(routed) + len(others) == count
+    assert all((after.continuity - before.continuity) % 16 == 1 for before, after in zip(routed, routed[1:]))
