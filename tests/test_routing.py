@@ -87,7 +87,8 @@ def test_late_data_is_an_underrun_and_no_complaint(board, tmp_path):
     before = int(underruns.read_text())
     (tmp_path / "segment").write_bytes(segment(ts.made_up(20), 2700))
     one, late = f"cat {tmp_path}/segment", "sleep 0.2"
-    assert board.sh(f"({one}; {late}; {one}; {one}) > /dev/zebtsif_pktio_tx1; {late}; {one} > /dev/zebtsif_pktio_tx1").status == 0
+    script = f"({one}; {late}; {one} {tmp_path}/segment) > /dev/zebtsif_pktio_tx1; {late}; {one} > /dev/zebtsif_pktio_tx1"
+    assert board.sh(script).status == 0
     wait_until(lambda: board.words(PIDLUT, 1024 + 5, 1) == [80])
     wait_until(lambda: int(underruns.read_text()) > before)
     assert int(underruns.read_text()) == before + 1
@@ -278,8 +279,8 @@ def send_to(*commands):
         (poke_ip_lut((0x0A000001, 0x01050050)), "IP LUT: 10.0.0.1:80 of TSI 5 is no multicast group"),
         (transfer("%0200d"), "TX channel 2: 200 bytes were neither segment head nor packet record"),
         (transfer(r"\0%03d\x47"), "TX channel 2: the sender ended inside a transfer; its last 5 bytes are dropped"),
-        (send_to("write32 -d iplut -o 259 -v 0x11b"), "a stream is mapped to PHYOIDX 27, where the board has no output"),
-        (send_to("write32 -d iplut -o 1038 -v 0x0a000001", "write32 -d iplut -o 1039 -v 0x20050"),
+        (send_to("write32 -d tsio -o 259 -v 0x11b"), "a stream is mapped to PHYOIDX 27, where the board has no output"),
+        (send_to("write32 -d tsio -o 1038 -v 0x0a000001", "write32 -d tsio -o 1039 -v 0x20050"),
          "TSO 3 is sent to 10.0.0.1, which is no multicast group"),
     ],
     ids=lambda value: value if isinstance(value, str) else "",
@@ -314,7 +315,7 @@ SWITCHES = """
 def test_no_packet_is_routed_by_a_half_written_table(board, tmp_path):
     """Whatever the tables are at a moment, TSI 5 PID 0x100 leaves as 0x200 or 0x300, once and in order; all else of the
     stream goes to another output by the TSI MAP."""
-    stream = write(tmp_path / "stream.ts", ts.made_up(5000, ticks=5400))  # 7.5 Mbit/s
+    stream = write(tmp_path / "stream.ts", ts.made_up(4998, ticks=5400))  # 7.5 Mbit/s
     program(board, "wrphyomap -t 3 -p 0", "wrphyomap -t 4 -p 1", "wrtsimap -t 5 -P 30", "wropidmap -P 30 -t 4",
             "wropidmap -P 10 -t 3 -p 0x200", "wropidmap -P 20 -t 3 -p 0x300")  # fmt: skip
     images = []

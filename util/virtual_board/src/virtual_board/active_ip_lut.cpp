@@ -64,10 +64,24 @@ bool ActiveIpLut::use(const Table& table)
     return true;
 }
 
+/// Whether the table lost all its rows: who clears it switches the bank twice in no time.
+bool ActiveIpLut::isCleared() const
+{
+    if (m_Rows.empty())
+        return false;
+    for (uint32_t row = 0; row < IP_LUT.rows; ++row) {
+        const uint32_t offset = IP_LUT.rowOffset(row);
+        const std::array<uint32_t, IP_LUT.wordsPerRow> words{m_Block[offset], m_Block[offset + 1]};
+        if (IpInFields::ENABLED.get(words) != 0)
+            return false;
+    }
+    return true;
+}
+
 bool ActiveIpLut::followBank()
 {
     const uint32_t bank = m_Block[IP_LUT.bankWord] & TableLayout::BANK_BIT;
-    if (bank == m_Bank)
+    if (bank == m_Bank && !isCleared())
         return false;
     m_Bank = bank;
     return use(readTable());

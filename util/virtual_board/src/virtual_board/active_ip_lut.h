@@ -26,11 +26,12 @@ public:
     /// `ioBlock` are the words of the input/output block, which must outlive this. What they hold is active.
     explicit ActiveIpLut(volatile uint32_t* ioBlock);
 
-    /// Takes the table over when the bank was switched since the last call. Answers whether the rows changed.
+    /// Takes the table over when the bank was switched since the last call, or the table cleared. Answers whether the
+    /// rows changed.
     bool followBank();
 
-    /// Makes up for two switches that followBank() could not tell from none: to be called when nobody has the device
-    /// open any more. A table that is whole is taken over then. Answers whether the rows changed.
+    /// Makes up for two switches that followBank() could not tell from none: to be called when the table
+    /// has not been touched for a while. One that is whole is taken over then. Answers whether the rows changed.
     bool settle();
 
     const std::vector<IpLutRow>& rows() const { return m_Rows; }
@@ -41,6 +42,7 @@ private:
     using Table = std::array<uint32_t, Drivers::Zeb::IP_LUT.words()>;
 
     Table readTable() const;
+    bool isCleared() const;
     static std::string faultOf(const Table& table);
     bool use(const Table& table);
 

@@ -2,33 +2,28 @@
 
 #include <osl/linutils/raii_filedescriptors.h>
 
-#include <cstdint>
 #include <filesystem>
-#include <map>
 #include <vector>
 
 namespace Osl::VirtualBoard {
 
-/// Watches who has the board's devices open, as a kernel driver would know: while nobody has, their memory cannot
-/// change, and the board need not look at it.
+/// Tells when somebody opens or closes one of the board's devices, as a kernel driver would know: memory itself has no
+/// signal.
 class DeviceWatch
 {
 public:
-    /// Watches files that are there. Where the system does not let it, they all count as in use for ever.
+    /// Watches files that are there. Where the system does not let it, works() answers false.
     explicit DeviceWatch(const std::vector<std::filesystem::path>& files);
 
-    /// Takes in what has happened. Answers whether anything has.
-    bool update();
+    /// Whether anything has happened since the last call.
+    bool somethingHappened();
 
-    /// Whether anybody has a watched file open. A file stays open as long as it is mapped.
-    bool inUse() const;
-
+    bool works() const { return m_Works; }
     int descriptor() const { return m_Notifications ? *m_Notifications : -1; } ///< readable when something happened
 
 private:
     LinuxCppUtil::UniqueFD m_Notifications;
-    std::map<int, int> m_Users; ///< by watch
-    bool m_Blind = false;       ///< events were lost, or there are none
+    bool m_Works = false;
 };
 
 } // namespace Osl::VirtualBoard

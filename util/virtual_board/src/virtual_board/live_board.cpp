@@ -20,7 +20,6 @@
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
-#include <utility>
 
 namespace Osl::VirtualBoard {
 
@@ -36,9 +35,10 @@ constexpr uint32_t VALUE_MASK = 0xFFF;
 
 /// How long the board sleeps at most: memory has no signal, so it must be looked at.
 constexpr auto ATTENTIVE = 100us;
-constexpr auto DROWSY = 1ms;   ///< when nothing has happened for ATTENTION
-constexpr auto ASLEEP = 250ms; ///< when nobody has a device open, so that whatever can happen wakes the board
+constexpr auto DROWSY = 1ms;  ///< when nothing has happened for ATTENTION
+constexpr auto ASLEEP = 20ms; ///< when nothing has happened for WAKEFULNESS; most of what can happen wakes the board
 constexpr auto ATTENTION = 50ms;
+constexpr auto WAKEFULNESS = 1s;
 constexpr auto HOUSEKEEPING = 20ms;
 
 constexpr int RX_PIPE_BYTES = 1 << 20;
@@ -103,6 +103,7 @@ LiveBoard::LiveBoard(const Settings& settings)
       m_Pace(settings.pace),
       m_Watch(watchedFiles(m_Root))
 {
+    m_TablesTouched = Clock::now();
     openChannels();
     openFeeds(settings);
     if (settings.network == Network::PRIVATE) {
@@ -187,7 +188,6 @@ bool LiveBoard::serveFeeds()
 bool LiveBoard::serveIpInputs()
 {
     if (m_IpLut.followBank()) {
-        m_TablesTouched = true;
         if (m_IpInput)
             m_IpInput->tune(m_IpLut.rows());
     }
@@ -196,9 +196,9 @@ bool LiveBoard::serveIpInputs()
 
 bool LiveBoard::serve()
 {
-    const bool touched = m_Watch.update();
-    m_TablesTouched |= touched;
-    bool busy = touched;
+    bool busy = m_Watch.somethingHappened();
+    if (busy)
+        m_TablesTouched = m_Now;
     for (const Channel& channel : m_Channels)
         busy |= channel.channel && channel.channel->serve(m_Now);
     busy |= m_Port.serve(m_Now, [this](const PacketPort::Record& record) {
@@ -228,7 +228,6 @@ void LiveBoard::showCounters()
     m_RxCounter.show(m_Port.streamBytes());
 }
 
-/// Only while nobody can be in the middle of a change.
 void LiveBoard::checkIpLut()
 {
     if (m_IpLut.settle() && m_IpInput)
@@ -241,10 +240,13 @@ void LiveBoard::checkIpLut()
 
 void LiveBoard::keepHouse()
 {
-    if (std::exchange(m_TablesTouched, m_Watch.inUse())) {
+    if (m_TablesTouched > m_TablesChecked) {
         m_Router.checkPidLut();
-        if (!m_Watch.inUse())
+        // Its bank in use is out of sight, so that an edit must be over to be judged.
+        if (m_Now - m_TablesTouched >= ATTENTION) {
             checkIpLut();
+            m_TablesChecked = m_Now;
+        }
     }
     m_Outputs.update(m_Now);
     showCounters();
@@ -253,9 +255,10 @@ void LiveBoard::keepHouse()
 
 LiveBoard::Clock::duration LiveBoard::longestSleep() const
 {
-    if (m_Now - m_LastWork < ATTENTION)
+    const Clock::duration quiet = m_Now - m_LastWork;
+    if (quiet < ATTENTION)
         return ATTENTIVE;
-    return m_Watch.inUse() ? Clock::duration(DROWSY) : Clock::duration(ASLEEP);
+    return quiet < WAKEFULNESS || !m_Watch.works() ? Clock::duration(DROWSY) : Clock::duration(ASLEEP);
 }
 
 void LiveBoard::sleepUntilNeeded()

@@ -80,8 +80,9 @@ private:
     Feed::Pace m_Pace;
     std::vector<FedInput> m_Feeds;
     DeviceWatch m_Watch;
-    bool m_TablesTouched = true; ///< since the last housekeeping
-    std::string m_IpLutFault;    ///< that was reported
+    Clock::time_point m_TablesTouched; ///< when somebody last had the chance to
+    Clock::time_point m_TablesChecked;
+    std::string m_IpLutFault; ///< that was reported
     Clock::time_point m_Now;
     Clock::time_point m_LastWork;
     Clock::time_point m_NextHousekeeping;

@@ -73,10 +73,12 @@ void TransferParser::feed(std::span<const uint8_t> bytes)
 
 void TransferParser::end()
 {
-    reportGarbage();
-    if (!m_Bytes.empty())
+    if (m_Garbage != 0)
+        m_Garbage += m_Bytes.size();
+    else if (!m_Bytes.empty())
         m_Events.onTruncated(m_Bytes.size());
     m_Bytes.clear();
+    reportGarbage();
 }
 
 } // namespace Osl::VirtualBoard
