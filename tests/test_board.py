@@ -138,7 +138,7 @@ def test_help():
 
 
 def path_with(folder, bwrap=None):
-    """A PATH with little in it, and with a bubblewrap of our own or none."""
+    """A PATH with little in it, and with a bubblewrap of our own or none; without iproute2 in any case."""
     for program in ["bash", "dirname", "realpath"]:
         (folder / program).symlink_to(shutil.which(program))
     if bwrap:
@@ -147,10 +147,9 @@ def path_with(folder, bwrap=None):
     return {**environment(), "PATH": str(folder)}
 
 
-def run_with_path(path):
-    done = subprocess.run(
-        [shutil.which("bash"), LAUNCHER, "run", "true"], env=path, capture_output=True, text=True, timeout=TIMEOUT
-    )
+def run_with_path(path, *options):
+    command = [shutil.which("bash"), LAUNCHER, "run", *options, "true"]
+    done = subprocess.run(command, env=path, capture_output=True, text=True, timeout=TIMEOUT)
     return done.returncode, done.stderr
 
 
@@ -164,6 +163,11 @@ def test_missing_user_namespaces(tmp_path):
     status, err = run_with_path(path_with(tmp_path, bwrap))
     assert status == 125
     assert err.startswith("bwrap: No permissions to create new namespace\nboard: no sandbox: ")
+
+
+def test_missing_iproute(tmp_path):
+    status, err = run_with_path(path_with(tmp_path, "#!/bin/bash\n"), "--net")
+    assert (status, err) == (125, "board: iproute2 is not installed; run: scripts/setup-packages board\n")
 
 
 def processes_with(mark):
@@ -185,12 +189,16 @@ def assert_soon_gone(mark):
     assert processes_with(mark) == []
 
 
-@pytest.mark.parametrize("end", [signal.SIGKILL, signal.SIGTERM, signal.SIGHUP])
-def test_nothing_is_left_when_the_launcher_is_killed(end, tmp_path):
+@pytest.mark.parametrize(
+    "end, options",
+    [(signal.SIGKILL, []), (signal.SIGTERM, []), (signal.SIGHUP, []), (signal.SIGKILL, ["--net"])],
+    ids=["kill", "term", "hang-up", "kill with network"],
+)
+def test_nothing_is_left_when_the_launcher_is_killed(end, options, tmp_path):
     mark = f"9{os.getpid()}.{int(end)}"
     script = f"sleep {mark} & echo started; exec sleep {mark}"
     launcher = subprocess.Popen(
-        [LAUNCHER, "run", "--", "sh", "-c", script],
+        [LAUNCHER, "run", *options, "--", "sh", "-c", script],
         stdout=subprocess.PIPE,
         env={**environment(), "TMPDIR": str(tmp_path)},
         # Tests that run under nohup pass an ignored hang-up on, which a shell cannot undo.
@@ -274,6 +282,8 @@ def test_unprivileged_user():
         board = [*nobody, f"{folder}/scripts/board", "run"]
         result = run_bare(*board, "sh", "-c", "id -u; zeb_fpga_shell write32 -d tsio -v 3 -r", cwd="/")
         assert result == (0, "65534\n0x00000000:  0x00000003 \n", "")
+        network = run_bare(*nobody, f"{folder}/scripts/board", "run", "--net", "cut", "-sf1-3", "/proc/net/route", cwd="/")
+        assert network == (0, "Iface\tDestination\tGateway \nlo\t000000E0\t00000000\n", "")
         spi = ["spiwrite", "-s", "fpga", "-d", "/dev/spidev0.0", "-v", "4", "-r", "--force"]
         assert run_bare(*board, "zeb_fpga_shell", *spi, cwd="/") == (0, "0x00000000:  0x00000004 \n", "")
         refused = run_bare(*board, "--dir", f"{folder}/forbidden", "true", cwd="/")

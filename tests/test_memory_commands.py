@@ -184,6 +184,7 @@ def test_help_lists_the_options_and_unknown_ones_show_it(board, command):
     )
 
 
+@pytest.mark.complaints("PID LUT: ", "IP LUT: ")  # it writes anywhere
 def test_random_accesses_agree_with_a_model(board):
     """Several hundred reads and writes of all widths, at random places, against plain byte arrays."""
     chance = random.Random(20)

@@ -2,7 +2,6 @@
 
 #include "virtual_board/board_folder.h"
 #include "virtual_board/live_board.h"
-#include "virtual_board/private_network.h"
 #include "virtual_board/settings.h"
 
 #include <osl/cpputils/log.h>
@@ -27,8 +26,7 @@ constexpr std::string_view USAGE =
     "Then runs COMMAND, which is to find them at /dev/... and /sys/class/...:\n"
     "scripts/board arranges that.\n"
     "\n"
-    "  --net    takes multicast streams in and sends them, on the loopback device of a\n"
-    "           network namespace that is the board's alone\n"
+    "  --net    takes multicast streams in and sends them, on the loopback device\n"
     "  --feed   feeds a TS file into a physical input, over and over, in its own time\n"
     "  --fast   feeds go once, as fast as they can be routed, when their input is mapped\n";
 
@@ -62,8 +60,6 @@ void preferSleepToBeInterrupted()
 int runOnBoard(const Settings& settings)
 {
     constexpr int SIGNAL_STATUS = 128; // plus the signal's number
-    if (settings.network == Network::PRIVATE)
-        preparePrivateNetwork();
     LiveBoard board(settings);
     preferSleepToBeInterrupted();
     const pid_t child = ::fork();

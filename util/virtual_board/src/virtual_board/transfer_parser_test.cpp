@@ -70,3 +70,16 @@ TEST(TransferParserTest, SkipsWhatIsNeitherAndReportsIt)
     EXPECT_THAT(events.notes, ElementsAre("segment 256 0", "packet 00000005 01", "garbage 100", "segment 512 0",
                                           "packet 00000005 02"));
 }
+
+TEST(TransferParserTest, SaysWhatIsLeftAtTheEndAndStartsAnew)
+{
+    NotingEvents events;
+    TransferParser parser(events);
+    const auto cut = record(1);
+    parser.feed(head(1, 0) + std::vector(cut.begin(), cut.end() - 1));
+    parser.end();
+    parser.feed(record(2) + std::vector<uint8_t>(100, 0xEE));
+    parser.end();
+    parser.end();
+    EXPECT_THAT(events.notes, ElementsAre("segment 256 0", "truncated 191", "packet 00000005 02", "garbage 100"));
+}

@@ -85,6 +85,19 @@ TEST_F(TxChannelTest, WithoutSpacingTheyGoAtOnceAndLateSegmentsCountAsStarved)
     EXPECT_THAT(m_Sent, ElementsAre(1, 2, 3, 4, 5));
 }
 
+TEST_F(TxChannelTest, ANewSendersFirstSegmentIsNotLate)
+{
+    segment(2'700, 0, 1);
+    serveAt(0us);
+    EXPECT_FALSE(m_Channel->ended());
+    m_Feed.reset();
+    serveAt(1000us);
+    EXPECT_TRUE(m_Channel->ended());
+    EXPECT_EQ(m_Sent.size(), 2U);
+    EXPECT_EQ(m_Channel->underruns(), 0U);
+    EXPECT_EQ(m_Complaint, "");
+}
+
 TEST_F(TxChannelTest, TakesNoMoreThanItCanHoldBack)
 {
     constexpr uint64_t BURST = 140 * 448;
