@@ -12,6 +12,7 @@
 #include <exception>
 #include <iostream>
 #include <string_view>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -60,6 +61,7 @@ void preferSleepToBeInterrupted()
 int runOnBoard(const Settings& settings)
 {
     constexpr int SIGNAL_STATUS = 128; // plus the signal's number
+    constexpr int URGENT = -15;
     LiveBoard board(settings);
     preferSleepToBeInterrupted();
     const pid_t child = ::fork();
@@ -67,6 +69,8 @@ int runOnBoard(const Settings& settings)
         OSL_RAISE(BoardError, std::string("Cannot start a process: ") + std::strerror(errno));
     if (child == 0)
         becomeCommand(settings.command);
+    // A board keeps its time however busy the machine is; as far as this process may ask for it.
+    ::setpriority(PRIO_PROCESS, 0, URGENT);
     // Ctrl-C ends the command, and the board only with it.
     std::signal(SIGINT, SIG_IGN);
     std::signal(SIGQUIT, SIG_IGN);
