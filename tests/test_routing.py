@@ -84,11 +84,11 @@ def segment(packets, spacing, header=5):
 
 
 def test_late_data_is_an_underrun_and_no_complaint(board, tmp_path):
-    underruns = board.path("sys/class/zebtsif/zebtsif_pktio_tx1/underruns")
+    underruns = board.path("sys/class/zebtsif/zebtsif_pktio_tx2/underruns")
     before = int(underruns.read_text())
     (tmp_path / "one").write_bytes(segment(ts.made_up(20), 2700))
     (tmp_path / "two").write_bytes(2 * segment(ts.made_up(20), 2700))
-    channel, pause = "/dev/zebtsif_pktio_tx1", "sleep 0.2"
+    channel, pause = "/dev/zebtsif_pktio_tx2", "sleep 0.2"
     script = f"cd {tmp_path}; (cat one; {pause}; cat two) > {channel}; {pause}; cat one > {channel}"
     assert board.sh(script).status == 0
     wait_until(lambda: board.words(PIDLUT, 1024 + 5, 1) == [80])

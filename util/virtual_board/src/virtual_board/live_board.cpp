@@ -241,9 +241,9 @@ void LiveBoard::checkIpLut()
 void LiveBoard::keepHouse()
 {
     if (m_TablesTouched > m_TablesChecked) {
-        m_Router.checkPidLut();
-        // Its bank in use is out of sight, so that an edit must be over to be judged.
-        if (m_Now - m_TablesTouched >= ATTENTION) {
+        const bool certain = m_Router.checkPidLut();
+        // The IP LUT's bank in use is out of sight, so that an edit must be over to be judged.
+        if (certain && m_Now - m_TablesTouched >= ATTENTION) {
             checkIpLut();
             m_TablesChecked = m_Now;
         }

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <utility>
 
 namespace Osl::VirtualBoard {
 
@@ -65,18 +66,17 @@ std::optional<Router::PidLutRow> Router::findInBank(uint32_t base, uint32_t key)
     return std::nullopt;
 }
 
-/// What `read` gets from the active bank. Once switched, the bank that was read may be half of the next table; and when
-/// that took long the bank may have been switched twice.
-template <class Read>
-auto Router::fromActiveBank(Read read) const
+/// Once switched, the bank that was searched may be half of the next table; and when the search was held up, the bank
+/// may have been switched twice.
+std::optional<Router::PidLutRow> Router::find(uint32_t key) const
 {
     using Clock = std::chrono::steady_clock;
     for (;;) {
         const auto begun = Clock::now();
         const uint32_t bank = PID_LUT.active(m_Block[PID_LUT.bankWord]);
-        const auto result = read(bank);
+        const auto row = findInBank(bank, key);
         if (PID_LUT.active(m_Block[PID_LUT.bankWord]) == bank && Clock::now() - begun < FASTEST_TABLE_EDITS)
-            return result;
+            return row;
     }
 }
 
@@ -106,8 +106,7 @@ void Router::fromInput(uint8_t tsi, const uint8_t* packet)
     count(TSI_BITRATE_BASE, tsi);
     const uint32_t key = keyOf(tsi, Ll::pid(packet));
     // The last key is that of stuffing rows, which route nothing.
-    const auto row =
-        key == STUFFING_KEY ? std::nullopt : fromActiveBank([&](uint32_t bank) { return findInBank(bank, key); });
+    const auto row = key == STUFFING_KEY ? std::nullopt : find(key);
     if (!row) {
         const std::array<uint32_t, 1> wholeStream{m_Block[TSI_MAP.rowOffset(tsi)]};
         if (TsiMapFields::ENABLED.get(wholeStream) != 0)
@@ -123,6 +122,8 @@ void Router::fromInput(uint8_t tsi, const uint8_t* packet)
 void Router::fromPidIdx(uint32_t pidIdx, const uint8_t* packet)
 {
     const uint32_t entry = pidIdx;
+    if (entry == 0 && !std::exchange(m_ReservedRowReported, true))
+        m_Sinks.complain("a packet is sent to PIDIDX 0, the reserved row of the O-PID MAP");
     for (uint32_t copies = 0; pidIdx != 0; ++copies) {
         if (copies == MAX_COPIES) {
             if (m_LoopReported != entry)
@@ -164,12 +165,16 @@ std::string Router::faultIn(uint32_t base) const
     return "";
 }
 
-void Router::checkPidLut()
+bool Router::checkPidLut()
 {
-    const std::string fault = fromActiveBank([this](uint32_t bank) { return faultIn(bank); });
-    if (!fault.empty() && fault != m_Fault)
+    const std::string fault = faultIn(PID_LUT.active(m_Block[PID_LUT.bankWord]));
+    // An edit may have come in between; it does not make the same fault again.
+    const bool certain = fault == std::exchange(m_SuspectedFault, fault);
+    if (certain && !fault.empty() && fault != m_Fault)
         m_Sinks.complain(fault);
-    m_Fault = fault;
+    if (certain)
+        m_Fault = fault;
+    return certain;
 }
 
 } // namespace Osl::VirtualBoard

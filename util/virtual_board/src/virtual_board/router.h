@@ -38,9 +38,9 @@ public:
     /// A packet that leaves through an output.
     void throughOutput(uint8_t tso, const uint8_t* packet);
 
-    /// Complains when the active bank of the PID LUT is not sorted, or has a key twice; once until that changes. To be
-    /// called when the table may have changed.
-    void checkPidLut();
+    /// Complains when the active bank of the PID LUT is not sorted, or has a key twice, in two calls; once until that
+    /// changes. To be called when the table may have changed, until it answers that it is certain.
+    bool checkPidLut();
 
 private:
     static constexpr uint32_t ROW_WORDS = Drivers::Zeb::PID_LUT.wordsPerRow;
@@ -48,8 +48,7 @@ private:
 
     PidLutRow pidLutRow(uint32_t base, uint32_t row) const;
     std::optional<PidLutRow> findInBank(uint32_t base, uint32_t key) const;
-    template <class Read>
-    auto fromActiveBank(Read read) const;
+    std::optional<PidLutRow> find(uint32_t key) const;
     std::string faultIn(uint32_t base) const;
     bool passesFilter(uint32_t key, uint32_t filterIndex, const uint8_t* packet);
     void count(uint32_t firstCounterWord, uint32_t index);
@@ -57,8 +56,10 @@ private:
     volatile uint32_t* m_Block;
     IPacketSinks& m_Sinks;
     std::map<uint32_t, uint32_t> m_FilterCredit; ///< by PID LUT key: packets of the payload unit that may still pass
-    std::string m_Fault;                         ///< of the active bank, which was reported
-    uint32_t m_LoopReported = 0;                 ///< PIDIDX at which a looping list was entered last; 0: none
+    std::string m_SuspectedFault;                ///< of the active bank, as it was at the last check
+    std::string m_Fault;                         ///< which was reported
+    bool m_ReservedRowReported = false;
+    uint32_t m_LoopReported = 0; ///< PIDIDX at which a looping list was entered last; 0: none
 };
 
 } // namespace Osl::VirtualBoard

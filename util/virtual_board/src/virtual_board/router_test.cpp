@@ -100,6 +100,16 @@ TEST_F(RouterTest, LoopingListIsCutAndReportedOnce)
     EXPECT_THAT(sinks.complaints, ElementsAre("the replication list from PIDIDX 7 loops"));
 }
 
+TEST_F(RouterTest, TheReservedRowLeadsNowhereAndIsReportedOnce)
+{
+    words[16384] = 0x00400005;
+    words[256 + 3] = 0x1000;
+    send(3, Packet());
+    send(3, Packet());
+    EXPECT_THAT(sinks.outputs, IsEmpty());
+    EXPECT_THAT(sinks.complaints, ElementsAre("a packet is sent to PIDIDX 0, the reserved row of the O-PID MAP"));
+}
+
 TEST_F(RouterTest, WithoutARowTheWholeStreamIsMapped)
 {
     words[16384 + 7 * 2] = 0x00400005;
@@ -133,15 +143,19 @@ TEST_F(RouterTest, FilterLetsTheStartOfAPayloadUnitThrough)
 
 TEST_F(RouterTest, UnsortedTablesAreReportedWhenTheyBecomeActive)
 {
-    router.checkPidLut();
-    EXPECT_THAT(sinks.complaints, IsEmpty());
+    const auto checkAFewTimes = [this] {
+        for (int i = 0; i < 3; ++i)
+            router.checkPidLut();
+    };
+    checkAFewTimes();
     pidLut({{0x00006100, 0}, {0x00006100, 0}}, 12288);
     words[129] = 1;
     router.checkPidLut();
-    router.checkPidLut();
+    EXPECT_THAT(sinks.complaints, IsEmpty()) << "may be half of an edit";
+    checkAFewTimes();
     words[129] = 0;
     pidLut({{0x00006200, 0}, {0x00006100, 0}});
-    router.checkPidLut();
+    checkAFewTimes();
     EXPECT_THAT(sinks.complaints, ElementsAre("PID LUT: row 1 of the active bank has the key of the row before it",
                                               "PID LUT: row 1 of the active bank is not in order"));
 }
