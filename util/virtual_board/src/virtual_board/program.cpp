@@ -11,8 +11,8 @@
 #include <cstring>
 #include <exception>
 #include <iostream>
+#include <sched.h>
 #include <string_view>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -57,11 +57,18 @@ void preferSleepToBeInterrupted()
     ::_exit(reason == ENOENT ? EXIT_NOT_FOUND : EXIT_CANNOT_RUN);
 }
 
+/// Goes before other programs, where this process may ask for that. It sleeps most of the time, unless feeds go as fast
+/// as they can.
+void keepTimeOnABusyMachine()
+{
+    const sched_param lowest{.sched_priority = ::sched_get_priority_min(SCHED_RR)};
+    ::sched_setscheduler(0, SCHED_RR, &lowest);
+}
+
 /// Runs the command with the board at work behind it; ends with the command and its status.
 int runOnBoard(const Settings& settings)
 {
     constexpr int SIGNAL_STATUS = 128; // plus the signal's number
-    constexpr int URGENT = -15;
     LiveBoard board(settings);
     preferSleepToBeInterrupted();
     const pid_t child = ::fork();
@@ -69,8 +76,8 @@ int runOnBoard(const Settings& settings)
         OSL_RAISE(BoardError, std::string("Cannot start a process: ") + std::strerror(errno));
     if (child == 0)
         becomeCommand(settings.command);
-    // A board keeps its time however busy the machine is; as far as this process may ask for it.
-    ::setpriority(PRIO_PROCESS, 0, URGENT);
+    if (settings.pace != Feed::Pace::FAST)
+        keepTimeOnABusyMachine();
     // Ctrl-C ends the command, and the board only with it.
     std::signal(SIGINT, SIG_IGN);
     std::signal(SIGQUIT, SIG_IGN);
