@@ -259,14 +259,14 @@ def poke_ip_lut(*rows):
 
 
 def transfer(data):
-    return lambda board: board.execute(["bash", "-c", f"printf '{data}' > /dev/zebtsif_pktio_tx2"])
+    return lambda board: board.sh("cat > /dev/zebtsif_pktio_tx2", input=data.decode("utf-8", "surrogateescape"))
 
 
-def send_to(*commands):
+def send_to(designator, *commands):
     def act(board):
         program(board, *commands)
         name = board.folder / "complaint.ts"
-        program(board, f"wrtspackets -q -o 3 -f {write(name, ts.made_up(20))} >/dev/null")
+        program(board, f"wrtspackets -q {designator} -f {write(name, ts.made_up(20))} >/dev/null")
 
     return act
 
@@ -279,10 +279,12 @@ def send_to(*commands):
         (poke_ip_lut((0xEF000002, 0x01050050), (0xEF000001, 0x01060050)), "IP LUT: row 1 of the active bank is not in order"),
         (poke_ip_lut((0xEF000001, 0x01050050), (0xEF000001, 0x01060050)), "IP LUT: row 1 of the active bank has the key"),
         (poke_ip_lut((0x0A000001, 0x01050050)), "IP LUT: 10.0.0.1:80 of TSI 5 is no multicast group"),
-        (transfer("%0200d"), "TX channel 2: 200 bytes were neither segment head nor packet record"),
-        (transfer(r"\0%03d\x47"), "TX channel 2: the sender ended inside a transfer; its last 5 bytes are dropped"),
-        (send_to("write32 -d tsio -o 259 -v 0x11b"), "a stream is mapped to PHYOIDX 27, where the board has no output"),
-        (send_to("write32 -d tsio -o 1038 -v 0x0a000001", "write32 -d tsio -o 1039 -v 0x20050"),
+        (transfer(b"0" * 200), "TX channel 2: 200 bytes were neither segment head nor packet record"),
+        (transfer(b"\0\0\0\0\x47"), "TX channel 2: the sender ended inside a transfer; its last 5 bytes are dropped"),
+        (transfer(segment(2 * ts.made_up(1), 0, header=2 << 30)), "a packet with the unknown designator 0x80000000"),
+        (send_to("-P 7", "wropidmap -P 7 -t 3 -N 8", "wropidmap -P 8 -t 3 -N 7"), "the replication list from PIDIDX 7 loops"),
+        (send_to("-o 3", "write32 -d tsio -o 259 -v 0x11b"), "a stream is mapped to PHYOIDX 27, where the board has no output"),
+        (send_to("-o 3", "write32 -d tsio -o 1038 -v 0x0a000001", "write32 -d tsio -o 1039 -v 0x20050"),
          "TSO 3 is sent to 10.0.0.1, which is no multicast group"),
     ],
     ids=lambda value: value if isinstance(value, str) else "",

@@ -171,7 +171,8 @@ void LiveBoard::route(uint32_t header, const uint8_t* packet)
         m_Router.throughOutput(static_cast<uint8_t>(value), packet);
         return;
     }
-    complain(fmt::format("a packet with the unknown designator {:#010x}", header));
+    if (m_DesignatorsReported.insert(header).second)
+        complain(fmt::format("a packet with the unknown designator {:#010x}", header));
 }
 
 bool LiveBoard::serveFeeds()

@@ -16,6 +16,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <set>
 #include <vector>
 
 namespace Osl::VirtualBoard {
@@ -82,7 +83,8 @@ private:
     DeviceWatch m_Watch;
     Clock::time_point m_TablesTouched; ///< when somebody last had the chance to
     Clock::time_point m_TablesChecked;
-    std::string m_IpLutFault; ///< that was reported
+    std::string m_IpLutFault;                 ///< that was reported
+    std::set<uint32_t> m_DesignatorsReported; ///< headers with unknown ones
     Clock::time_point m_Now;
     Clock::time_point m_LastWork;
     Clock::time_point m_NextHousekeeping;

@@ -126,9 +126,8 @@ void Router::fromPidIdx(uint32_t pidIdx, const uint8_t* packet)
         m_Sinks.complain("a packet is sent to PIDIDX 0, the reserved row of the O-PID MAP");
     for (uint32_t copies = 0; pidIdx != 0; ++copies) {
         if (copies == MAX_COPIES) {
-            if (m_LoopReported != entry)
+            if (m_LoopsReported.insert(entry).second)
                 m_Sinks.complain(fmt::format("the replication list from PIDIDX {} loops", entry));
-            m_LoopReported = entry;
             return;
         }
         const uint32_t offset = O_PID_MAP.rowOffset(pidIdx);

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 
 namespace Osl::VirtualBoard {
@@ -59,7 +60,7 @@ private:
     std::string m_SuspectedFault;                ///< of the active bank, as it was at the last check
     std::string m_Fault;                         ///< which was reported
     bool m_ReservedRowReported = false;
-    uint32_t m_LoopReported = 0; ///< PIDIDX at which a looping list was entered last; 0: none
+    std::set<uint32_t> m_LoopsReported; ///< PIDIDX at which looping lists were entered
 };
 
 } // namespace Osl::VirtualBoard
