@@ -3,14 +3,14 @@
 In a block fenced as "console" a line that starts with "$ " is a command, with further lines as long as a line ends in a
 backslash; what follows up to the next command is its output, standard error included. "..." in a line of output stands
 for any text, and alone on a line for any lines. The blocks of a document run in order, in one shell, in an empty
-folder, on one fresh board. A command may fail only where the document shows its status by "$ echo $?" next.
+folder, on one fresh board with a network. A command may fail only where the document shows its status by "$ echo $?" next.
 """
 
 import re
 
 import pytest
 
-from harness.board import REPO, Board
+from harness.board import REPO, TIMEOUT, Board
 
 DOCUMENTS = [REPO / "README.md", *sorted((REPO / "docs").glob("*.md"))]
 FENCE = re.compile(r"^```(\w*)\n(.*?)^```$", re.MULTILINE | re.DOTALL)
@@ -43,8 +43,8 @@ def transcript(commands, folder, board_folder):
     script = f"exec 2>&1; cd '{folder}'\n"
     for command, _ in commands:
         script += f"{command}\nstatus=$?; printf '{END}%s{END}' $status; (exit $status)\n"
-    board = Board(board_folder)
-    parts = board.sh(script).out.split(END)
+    board = Board(board_folder, "--net")
+    parts = board.execute(["bash", "-c", script], timeout=3 * TIMEOUT).out.split(END)
     board.close()
     return list(zip(parts[::2], map(int, parts[1::2])))
 
