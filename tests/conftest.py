@@ -18,7 +18,7 @@ def pytest_report_header():
 
 
 def _lend(board, request):
-    """Lends a board to a test, as after a reset. It must not complain, unless the test takes or allows its complaints."""
+    """Lends a board to a test, as after a reset. It must not complain, unless the test takes or allows complaints."""
     board.reset()
     yield board
     marker = request.node.get_closest_marker("complaints")

@@ -3,7 +3,8 @@
 In a block fenced as "console" a line that starts with "$ " is a command, with further lines as long as a line ends in a
 backslash; what follows up to the next command is its output, standard error included. "..." in a line of output stands
 for any text, and alone on a line for any lines. The blocks of a document run in order, in one shell, in an empty
-folder, on one fresh board with a network. A command may fail only where the document shows its status by "$ echo $?" next.
+folder, on one fresh board with a network. A command may fail only where the document shows its status by "$ echo $?"
+next.
 """
 
 import re
