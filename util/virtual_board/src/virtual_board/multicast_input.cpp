@@ -19,7 +19,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr std::size_t BATCH = 32;             ///< datagrams a system call
+constexpr std::size_t IN_BATCH = 32;          ///< datagrams a system call
 constexpr std::size_t MAX_DATAGRAM = 1 << 16; ///< bytes
 constexpr int MAX_ROUNDS = 8;                 ///< batches before others have their turn
 constexpr int SOCKET_BUFFER = 8 << 20;        ///< bytes
@@ -46,7 +46,7 @@ MulticastInput::MulticastInput(Deliver deliver, Complain complain)
     : m_Deliver(std::move(deliver)),
       m_Complain(std::move(complain)),
       m_Poll(makePoll()),
-      m_Buffer(BATCH * MAX_DATAGRAM)
+      m_Buffer(IN_BATCH * MAX_DATAGRAM)
 {
 }
 
@@ -112,22 +112,22 @@ void MulticastInput::take(Group& group, const mmsghdr& message, const uint8_t* b
 
 bool MulticastInput::receive(Group& group, Clock::time_point now)
 {
-    std::array<iovec, BATCH> parts{};
-    std::array<mmsghdr, BATCH> messages{};
-    for (std::size_t i = 0; i < BATCH; ++i) {
+    std::array<iovec, IN_BATCH> parts{};
+    std::array<mmsghdr, IN_BATCH> messages{};
+    for (std::size_t i = 0; i < IN_BATCH; ++i) {
         parts[i] = {.iov_base = &m_Buffer[i * MAX_DATAGRAM], .iov_len = MAX_DATAGRAM};
         messages[i].msg_hdr.msg_iov = &parts[i];
         messages[i].msg_hdr.msg_iovlen = 1;
     }
-    const int count = ::recvmmsg(*group.socket, messages.data(), BATCH, MSG_DONTWAIT, nullptr);
+    const int count = ::recvmmsg(*group.socket, messages.data(), IN_BATCH, MSG_DONTWAIT, nullptr);
     for (std::size_t i = 0; std::cmp_less(i, count); ++i)
         take(group, messages[i], &m_Buffer[i * MAX_DATAGRAM], now);
-    return count == static_cast<int>(BATCH);
+    return count == static_cast<int>(IN_BATCH);
 }
 
 bool MulticastInput::serve(Clock::time_point now)
 {
-    std::array<epoll_event, BATCH> ready{};
+    std::array<epoll_event, IN_BATCH> ready{};
     const int count = ::epoll_wait(*m_Poll, ready.data(), static_cast<int>(ready.size()), 0);
     for (std::size_t i = 0; std::cmp_less(i, count); ++i)
         for (int round = 0; round < MAX_ROUNDS && receive(*static_cast<Group*>(ready[i].data.ptr), now); ++round)

@@ -10,7 +10,7 @@
 namespace Osl::VirtualBoard {
 namespace {
 
-constexpr std::size_t BATCH = 64;
+constexpr std::size_t OUT_BATCH = 64;
 
 LinuxCppUtil::UniqueFD openSocket()
 {
@@ -26,7 +26,7 @@ LinuxCppUtil::UniqueFD openSocket()
 
 } // namespace
 
-MulticastSender::MulticastSender() : m_Socket(openSocket()), m_Waiting(BATCH) {}
+MulticastSender::MulticastSender() : m_Socket(openSocket()), m_Waiting(OUT_BATCH) {}
 
 void MulticastSender::send(const DatagramTarget& target, std::span<const uint8_t> datagram)
 {
@@ -34,15 +34,15 @@ void MulticastSender::send(const DatagramTarget& target, std::span<const uint8_t
     waiting.to = {
         .sin_family = AF_INET, .sin_port = htons(target.port), .sin_addr = {htonl(target.group)}, .sin_zero = {}};
     waiting.bytes.assign(datagram.begin(), datagram.end());
-    if (m_Count == BATCH)
+    if (m_Count == OUT_BATCH)
         flush();
 }
 
 /// What the network does not take is lost, as it is behind a real board.
 void MulticastSender::flush()
 {
-    std::array<iovec, BATCH> parts{};
-    std::array<mmsghdr, BATCH> messages{};
+    std::array<iovec, OUT_BATCH> parts{};
+    std::array<mmsghdr, OUT_BATCH> messages{};
     for (std::size_t i = 0; i < m_Count; ++i) {
         parts[i] = {.iov_base = m_Waiting[i].bytes.data(), .iov_len = m_Waiting[i].bytes.size()};
         messages[i].msg_hdr.msg_name = &m_Waiting[i].to;

@@ -8,6 +8,7 @@
 
 using namespace Osl::VirtualBoard;
 using Osl::Testing::Packet;
+using Osl::Testing::operator+;
 using testing::ElementsAre;
 
 namespace {
@@ -27,12 +28,6 @@ struct NotingEvents : ITransferEvents
 
     std::vector<std::string> notes;
 };
-
-std::vector<uint8_t> operator+(std::vector<uint8_t> first, const std::vector<uint8_t>& second)
-{
-    first.insert(first.end(), second.begin(), second.end());
-    return first;
-}
 
 std::vector<uint8_t> head(uint8_t spacing, uint8_t remainder)
 {

@@ -13,15 +13,10 @@ using namespace Osl::VirtualBoard;
 using namespace std::chrono_literals;
 using Bytes = std::vector<uint8_t>;
 using Osl::Testing::Packet;
+using Osl::Testing::operator+;
 using testing::ElementsAre;
 
 namespace {
-
-Bytes operator+(Bytes first, const Bytes& second)
-{
-    first.insert(first.end(), second.begin(), second.end());
-    return first;
-}
 
 Bytes packets(std::size_t count) { return Osl::Testing::join(std::vector<Packet>(count)); }
 

@@ -80,4 +80,11 @@ inline std::vector<uint8_t> join(const std::vector<Packet>& packets)
     return stream;
 }
 
+/// One behind the other.
+inline std::vector<uint8_t> operator+(std::vector<uint8_t> first, const std::vector<uint8_t>& second)
+{
+    first.insert(first.end(), second.begin(), second.end());
+    return first;
+}
+
 } // namespace Osl::Testing
