@@ -56,14 +56,15 @@ private:
     Deliver m_Deliver;
     Complain m_Complain;
     std::string m_Name;
-    std::unique_ptr<Ts::Streaming::ITsReader> m_Reader;      ///< empty once the feed has ended
-    std::unique_ptr<Ts::Streaming::ITsProcessChain> m_Chain; ///< these two only when paced
-    std::unique_ptr<Ts::Streaming::PcrSegmentingWriter> m_Writer;
     std::vector<uint32_t> m_Buffer; ///< words, for alignment
     std::deque<Packet> m_Packets;
     Clock::time_point m_Origin;
     int64_t m_NextTicks = 0; ///< after m_Origin, of the next segment
     bool m_Started = false;
+    // Behind what the writer schedules into, since it does that at its end as well.
+    std::unique_ptr<Ts::Streaming::ITsReader> m_Reader;      ///< empty once the feed has ended
+    std::unique_ptr<Ts::Streaming::ITsProcessChain> m_Chain; ///< these two only when paced
+    std::unique_ptr<Ts::Streaming::PcrSegmentingWriter> m_Writer;
 };
 
 } // namespace Osl::VirtualBoard
