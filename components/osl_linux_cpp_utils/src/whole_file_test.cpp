@@ -36,7 +36,10 @@ protected:
         return path(name);
     }
     std::string content(const char* name) const { return m_Folder.text(std::string("/") + name); }
-    std::ptrdiff_t files() const { return std::distance(fs::directory_iterator(m_Folder.root()), fs::directory_iterator()); }
+    std::ptrdiff_t files() const
+    {
+        return std::distance(fs::directory_iterator(m_Folder.root()), fs::directory_iterator());
+    }
     static std::string writeFailure(const std::string& file)
     {
         return failureOf<FileSystemError>([&] { writeWholeFile(file, BYTES); });

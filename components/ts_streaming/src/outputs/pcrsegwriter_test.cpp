@@ -81,14 +81,14 @@ TEST_F(PcrSegmentingWriterTest, SegmentsRunFromPcrToPcrOfTheFirstPcrPid)
 TEST_F(PcrSegmentingWriterTest, WhatComesBeforeTheFirstPcrGoesAtTheDefaultRateThenPcrsTellAcrossTheirWrap)
 {
     write({PLAIN, Packet(NULL_PID).pcr(7), PLAIN, pcr(PCR_RANGE - 100), PLAIN, pcr(200)});
-    EXPECT_THAT(m_Hw.m_Segments, ElementsAre(Segment{3, 3 * 8122, 0}, Segment{2, 300, 3}));
+    EXPECT_THAT(m_Hw.m_Segments, ElementsAre(Segment{3, 24366, 0}, Segment{2, 300, 3}));
 }
 
 TEST_F(PcrSegmentingWriterTest, TailOfUntimedStreamGoesAtTheDefaultRate)
 {
     write({pcr(0), PLAIN});
     m_Writer->finish();
-    EXPECT_THAT(m_Hw.m_Segments, ElementsAre(Segment{2, 2 * 8122, 0}));
+    EXPECT_THAT(m_Hw.m_Segments, ElementsAre(Segment{2, 16244, 0}));
 }
 
 TEST_F(PcrSegmentingWriterTest, TailGoesWithTheLastDurationUnscaled)

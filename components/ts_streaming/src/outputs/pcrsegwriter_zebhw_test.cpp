@@ -22,9 +22,11 @@ namespace {
 /// A regular file stands for channel 2.
 class ZebPcrWriterTest : public testing::Test
 {
+public:
+    ~ZebPcrWriterTest() override { std::filesystem::remove(m_Device); }
+
 protected:
     ZebPcrWriterTest() { std::filesystem::rename(m_Base.path(), m_Device); }
-    ~ZebPcrWriterTest() override { std::filesystem::remove(m_Device); }
 
     std::string transferOf(unsigned mode, unsigned value, const std::vector<uint8_t>& packets, uint64_t duration)
     {
@@ -83,7 +85,7 @@ TEST_F(ZebPcrWriterTest, HeaderNamesTheDesignatorAndSegmentsWithoutDurationHaveN
 TEST_F(ZebPcrWriterTest, SmallerTransferAfterALargerOneHasNothingLeftOfIt)
 {
     ZebPcrWriter writer(2, 0, 1, m_Base.path());
-    EXPECT_EQ(writer.write(THREE.data(), 3 * 188, 300), 640);
+    EXPECT_EQ(writer.write(THREE.data(), THREE.size(), 300), 640);
     EXPECT_EQ(writer.write(THREE.data(), 188, 0), 256);
     EXPECT_EQ(writer.transferSize(), 256U);
     EXPECT_EQ(writer.writeRest(200), 56);
@@ -91,10 +93,11 @@ TEST_F(ZebPcrWriterTest, SmallerTransferAfterALargerOneHasNothingLeftOfIt)
 
 TEST_F(ZebPcrWriterTest, RefusesSpacingThatTheDeviceCannotExpress)
 {
-    const std::vector<uint8_t> many(5000 * 188, 0x47);
-    EXPECT_EQ(transferOf(0, 1, THREE, 3 * 0x100000 - 1).size(), 640U);
+    const std::vector<uint8_t> many(std::size_t{5000} * 188, 0x47);
+    constexpr uint64_t TOO_LONG = 3 * 0x100000;
+    EXPECT_EQ(transferOf(0, 1, THREE, TOO_LONG - 1).size(), 640U);
     EXPECT_EQ(transferOf(0, 1, many, 4095).size(), 64U + 5000 * 192);
-    EXPECT_THAT(failureOf<WriteError>([&] { transferOf(0, 1, THREE, 3 * 0x100000); }),
+    EXPECT_THAT(failureOf<WriteError>([&] { transferOf(0, 1, THREE, TOO_LONG); }),
                 StartsWith("TS streaming write error: PCR based packet spacing too high. TS Stream rater either to low "
                            "or not CBR("));
     EXPECT_THAT(failureOf<WriteError>([&] { transferOf(0, 1, many, 4096); }),

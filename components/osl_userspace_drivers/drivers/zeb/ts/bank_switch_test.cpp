@@ -73,7 +73,8 @@ class BankSwitchTest : public testing::TestWithParam<BankedWrite>
 
 TEST_P(BankSwitchTest, AtWhateverAccessTheDeviceFailsTheActiveTablesAreWhole)
 {
-    const auto& [run, accesses] = GetParam();
+    const auto run = GetParam().run;
+    const std::size_t accesses = GetParam().accesses;
     FailingBoard before;
     fill(before);
     FailingBoard board;

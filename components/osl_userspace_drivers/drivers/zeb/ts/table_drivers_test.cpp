@@ -179,16 +179,19 @@ TEST_F(TableDriversTest, ClearingWritesEveryRowOfOneTableAndNothingElse)
         std::size_t operations;
         bool isSwitched = false;
     };
+    // Control word read, rows, control word read and written.
+    constexpr std::size_t PID_LUT_OPERATIONS = 1 + 2048 + 2;
+    constexpr std::size_t IP_LUT_OPERATIONS = 1 + 256 + 2;
     const Case cases[] = {
         {[&] { m_Pid.clearPidMap(); }, *m_PidMem, 16384 + 2, 4095, {0x001FFFFF, 0}, 4095},
         {[&] { m_Pid.clearTsiMap(); }, *m_PidMem, 256, 256, {0xFFF}, 256},
         {[&] { m_Pid.clearFilterTab(); }, *m_PidMem, 512, 256, {0}, 256},
-        {[&] { m_Pid.clearPidLut(); }, *m_PidMem, 8192, 2 * 2048, PID_STUFFING, 2 * (1 + 2048 + 2)},
+        {[&] { m_Pid.clearPidLut(); }, *m_PidMem, 8192, 2 * 2048, PID_STUFFING, 2 * PID_LUT_OPERATIONS},
         {[&] { m_Io.clearPhysInMap(); }, *m_IoMem, 128, 64, {0xFF}, 64},
         {[&] { m_Io.clearPhysOutMap(); }, *m_IoMem, 256, 256, {0xFF}, 256},
         {[&] { m_Io.clearIpOutMap(); }, *m_IoMem, 1024, 256, {0, 0, 0, 0xFFFF}, 256},
-        {[&] { m_Io.clearIpInLut(false); }, *m_IoMem, 2048, 256, IP_STUFFING, 1 + 256 + 2, true},
-        {[&] { m_Io.clearIpInLut(true); }, *m_IoMem, 2048, 256, IP_STUFFING, 2 * (1 + 256 + 2)},
+        {[&] { m_Io.clearIpInLut(false); }, *m_IoMem, 2048, 256, IP_STUFFING, IP_LUT_OPERATIONS, true},
+        {[&] { m_Io.clearIpInLut(true); }, *m_IoMem, 2048, 256, IP_STUFFING, 2 * IP_LUT_OPERATIONS},
     };
     for (const Case& c : cases) {
         Words expected(c.memory.words.size(), 0x5A5A5A5A);

@@ -68,7 +68,7 @@ public:
         return *this;
     }
 
-    std::array<uint8_t, Ts::TS_SIZE> bytes;
+    std::array<uint8_t, Ts::TS_SIZE> bytes{};
 };
 
 /// Packets one behind the other, aligned as pipeline buffers are.

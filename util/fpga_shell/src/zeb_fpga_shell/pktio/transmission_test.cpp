@@ -30,6 +30,9 @@ constexpr uint64_t TICKS = 3000;
 /// A file of packets at a constant rate with a PCR in every fourth, and a plain file in a channel's place.
 class TransmissionTest : public testing::Test
 {
+public:
+    ~TransmissionTest() override { std::filesystem::remove_all(m_Folder); }
+
 protected:
     TransmissionTest()
     {
@@ -37,7 +40,6 @@ protected:
         std::filesystem::create_directory(m_Folder);
         std::ofstream(m_Folder + "/tx0");
     }
-    ~TransmissionTest() override { std::filesystem::remove_all(m_Folder); }
 
     void makeFile(std::size_t packets, std::string_view tail = "")
     {

@@ -21,7 +21,7 @@ protected:
 
 private:
     static constexpr uint8_t UNSEEN = 0xFF;
-    std::array<uint8_t, NULL_PID + 1> m_LastCounter; ///< by PID
+    std::array<uint8_t, NULL_PID + 1> m_LastCounter{}; ///< by PID
 };
 
 } // namespace Osl::Ts::Streaming
