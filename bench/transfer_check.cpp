@@ -69,7 +69,7 @@ public:
 
     void packet(const uint8_t* sent)
     {
-        const std::size_t index = m_Packets % (m_File.size() / TS_SIZE);
+        const auto index = static_cast<std::size_t>(m_Packets % (m_File.size() / TS_SIZE));
         const uint8_t* const source = &m_File[index * TS_SIZE];
         if (index == 0 && m_Packets != 0)
             ++m_Passes;

@@ -30,7 +30,7 @@ std::vector<uint8_t> ptsBytes(std::span<const uint8_t> stream, std::size_t packe
 /// A file of six packets at a constant rate: a payload unit, PCRs in packets 1, 3 and, of another programme, 4.
 std::vector<uint8_t> fileFrom(uint64_t start)
 {
-    const auto time = [start](uint64_t packet) { return (start + packet * TICKS_PER_PACKET) % PCR_RANGE; };
+    const auto time = [start](uint64_t packet) { return (start + uint64_t{packet} * TICKS_PER_PACKET) % PCR_RANGE; };
     return Osl::Testing::join({pesPacket(0x200), Packet(0x100).pcr(time(1)), Packet(0x200), Packet(0x100).pcr(time(3)),
                                Packet(0x300).pcr(time(4)), Packet(0x200)});
 }
@@ -66,10 +66,10 @@ TEST_P(TsPcrWrapperPassTest, EveryPcrStandsWhereItsPacketDoesInTheEndlessStream)
     const auto [start, packetsPerPass] = GetParam();
     TsPcrWrapper wrapper(nullptr, packetsPerPass);
     const auto stream = loop(wrapper, fileFrom(start), 4);
-    for (uint64_t packet = 0; packet < 24; ++packet) {
+    for (std::size_t packet = 0; packet < 24; ++packet) {
         const uint8_t* const bytes = &stream[packet * TS_SIZE];
         if (Ll::hasPcr(bytes)) {
-            EXPECT_EQ(Ll::pcr(bytes), (start + packet * TICKS_PER_PACKET) % PCR_RANGE) << packet;
+            EXPECT_EQ(Ll::pcr(bytes), (start + uint64_t{packet} * TICKS_PER_PACKET) % PCR_RANGE) << packet;
         }
         EXPECT_EQ(Ll::hasDiscontinuity(bytes), packet == 1) << packet;
     }

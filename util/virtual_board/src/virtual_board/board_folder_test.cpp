@@ -35,7 +35,7 @@ protected:
 
     static std::vector<uint32_t> words(const fs::path& file)
     {
-        std::vector<uint32_t> words(fs::file_size(file) / sizeof(uint32_t));
+        std::vector<uint32_t> words(static_cast<std::size_t>(fs::file_size(file)) / sizeof(uint32_t));
         std::ifstream(file, std::ios::binary)
             .read(reinterpret_cast<char*>(words.data()), static_cast<std::streamsize>(words.size() * sizeof words[0]));
         return words;

@@ -28,7 +28,7 @@ public:
 
 protected:
     void send(uint8_t tso, Packet packet) { m_Outputs->send(tso, packet.bytes.data(), {}); }
-    std::size_t packetsIn(const char* output) const
+    std::uintmax_t packetsIn(const char* output) const
     {
         const fs::path file = m_Root / "dev/zebtsif_outputs" / output;
         return fs::exists(file) ? fs::file_size(file) / 188 : 0;

@@ -64,7 +64,7 @@ protected:
         m_Progress = progress.str();
         return result;
     }
-    std::size_t sentBytes() const { return std::filesystem::file_size(m_Folder + "/tx0"); }
+    std::uintmax_t sentBytes() const { return std::filesystem::file_size(m_Folder + "/tx0"); }
 
     TempFile m_Input;
     TempFile m_Port{0x1000};
