@@ -1,6 +1,7 @@
 #include "zeb_fpga_shell/cli/spi_cmds.h"
 
 #include <osl/testing/argument_vector.h>
+#include <osl/testing/emulation.h>
 #include <osl/testing/failure_of.h>
 #include <osl/userspace_drivers/interfaces/spi/ispibus.h>
 
@@ -113,6 +114,7 @@ TEST(SpiCmdsTest, WhatNamesNoSlaveOrDeviceIsRefused)
 
 TEST(SpiCmdsTest, ErrorsNameDeviceOperationOffsetAndWidth)
 {
+    OSL_SKIP_UNDER_QEMU("does not know the requests of spidev");
     EXPECT_THAT(
         refusal({"spiread", "-s", "max5868", "-w", "16", "-o", "3"}),
         StartsWith("SPI Error: /dev/nix: max5868: read of 16 bits at offset 3: open failed. Errno: (2 - No such "
