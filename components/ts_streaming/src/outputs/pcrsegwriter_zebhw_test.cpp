@@ -94,7 +94,7 @@ TEST_F(ZebPcrWriterTest, SmallerTransferAfterALargerOneHasNothingLeftOfIt)
 TEST_F(ZebPcrWriterTest, RefusesSpacingThatTheDeviceCannotExpress)
 {
     const std::vector<uint8_t> many(std::size_t{5000} * 188, 0x47);
-    constexpr uint64_t TOO_LONG = 3 * 0x100000;
+    constexpr uint64_t TOO_LONG = 0x300000; // as long as 20 bits of spacing can make three packets, and a tick
     EXPECT_EQ(transferOf(0, 1, THREE, TOO_LONG - 1).size(), 640U);
     EXPECT_EQ(transferOf(0, 1, many, 4095).size(), 64U + 5000 * 192);
     EXPECT_THAT(failureOf<WriteError>([&] { transferOf(0, 1, THREE, TOO_LONG); }),

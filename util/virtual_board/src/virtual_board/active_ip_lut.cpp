@@ -32,7 +32,7 @@ std::string ActiveIpLut::faultOf(const Table& table)
     uint64_t last = 0;
     bool ended = false;
     for (uint32_t row = 0; row < IP_LUT.rows; ++row) {
-        const std::span<const uint32_t> words(&table[row * IP_LUT.wordsPerRow], IP_LUT.wordsPerRow);
+        const std::span<const uint32_t> words(&table[std::size_t{row} * IP_LUT.wordsPerRow], IP_LUT.wordsPerRow);
         if (IpInFields::ENABLED.get(words) == 0) {
             ended = true;
             continue;
@@ -52,7 +52,7 @@ bool ActiveIpLut::use(const Table& table)
     m_Table = table;
     std::vector<IpLutRow> rows;
     for (uint32_t row = 0; row < IP_LUT.rows; ++row) {
-        const std::span<const uint32_t> words(&table[row * IP_LUT.wordsPerRow], IP_LUT.wordsPerRow);
+        const std::span<const uint32_t> words(&table[std::size_t{row} * IP_LUT.wordsPerRow], IP_LUT.wordsPerRow);
         if (IpInFields::ENABLED.get(words) != 0)
             rows.push_back({.group = IpInFields::IP.get(words),
                             .port = static_cast<uint16_t>(IpInFields::UDP_PORT.get(words)),

@@ -31,7 +31,7 @@ public:
 private:
     struct Watched
     {
-        uint32_t pid;
+        uint32_t pid = 0;
         uint32_t packets = 0; ///< since the last update
         uint32_t errors = 0;
         ContinuityCheck continuity{};
@@ -42,7 +42,7 @@ private:
 
     std::filesystem::path m_Folder;
     std::vector<Watched> m_Entries;
-    std::array<uint16_t, Ts::NULL_PID + 1> m_EntryOf; ///< by PID
+    std::array<uint16_t, Ts::NULL_PID + 1> m_EntryOf{}; ///< by PID
     bool m_TableKnown = false;
     bool m_Counted = false;
 };

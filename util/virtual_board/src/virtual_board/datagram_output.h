@@ -46,7 +46,7 @@ private:
         Clock::time_point begun;
         std::size_t packets = 0; ///< that wait
         uint16_t sequence = 0;
-        std::array<uint8_t, RTP_HEADER_SIZE + PACKETS_PER_DATAGRAM * Ts::TS_SIZE> bytes;
+        std::array<uint8_t, RTP_HEADER_SIZE + PACKETS_PER_DATAGRAM * Ts::TS_SIZE> bytes{};
     };
 
     void send(uint8_t tso, Stream& stream);

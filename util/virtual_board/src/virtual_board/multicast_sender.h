@@ -24,7 +24,7 @@ public:
 private:
     struct Datagram
     {
-        sockaddr_in to;
+        sockaddr_in to{};
         std::vector<uint8_t> bytes;
     };
 

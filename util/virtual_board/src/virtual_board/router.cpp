@@ -15,7 +15,6 @@
 namespace Osl::VirtualBoard {
 
 using namespace Drivers::Zeb;
-using Drivers::Misc::BitField;
 using Ts::TS_SIZE;
 namespace Ll = Ts::Ll;
 

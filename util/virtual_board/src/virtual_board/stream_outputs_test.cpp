@@ -84,7 +84,7 @@ TEST_F(StreamOutputsTest, CamMonitorsAddToTheirFiles)
     const fs::path folder = m_Root / "sys/class/zebdvbci/ci_slot0:2";
     const auto watch = [&folder](uint32_t entry, uint32_t pid) {
         std::fstream(folder / "mon_pidtab", std::ios::in | std::ios::out | std::ios::binary)
-            .seekp(4 * entry)
+            .seekp(std::streamoff{4} * entry)
             .write(reinterpret_cast<const char*>(&pid), sizeof pid);
     };
     watch(0, 0x200);

@@ -7,8 +7,7 @@
 #include <gtest/gtest.h>
 
 using namespace Osl::VirtualBoard;
-using Osl::Testing::Packet;
-using Osl::Testing::operator+;
+using namespace Osl::Testing;
 using testing::ElementsAre;
 
 namespace {

@@ -12,8 +12,7 @@
 using namespace Osl::VirtualBoard;
 using namespace std::chrono_literals;
 using Bytes = std::vector<uint8_t>;
-using Osl::Testing::Packet;
-using Osl::Testing::operator+;
+using namespace Osl::Testing;
 using testing::ElementsAre;
 
 namespace {

@@ -9,7 +9,7 @@
 namespace Osl::VirtualBoard {
 namespace {
 
-constexpr std::size_t READ_SIZE = 32 * 1024;
+constexpr std::size_t READ_SIZE = 1 << 15;
 
 } // namespace
 

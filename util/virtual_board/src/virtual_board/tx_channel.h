@@ -47,8 +47,8 @@ private:
     struct Packet
     {
         Clock::time_point due;
-        uint32_t header;
-        std::array<uint8_t, Ts::TS_SIZE> bytes;
+        uint32_t header = 0;
+        std::array<uint8_t, Ts::TS_SIZE> bytes{};
     };
 
     void onSegment(uint32_t spacing, uint32_t remainder) override;

@@ -100,7 +100,7 @@ TEST_F(TxChannelTest, ANewSendersFirstSegmentIsNotLate)
 
 TEST_F(TxChannelTest, TakesNoMoreThanItCanHoldBack)
 {
-    constexpr uint64_t BURST = 140 * 448;
+    constexpr uint64_t BURST = uint64_t{140} * 448;
     for (uint64_t taken = 0; m_Channel->wantsData(); taken += BURST) {
         ASSERT_LT(taken, 10 * BURST);
         for (int i = 0; i < 140; ++i)

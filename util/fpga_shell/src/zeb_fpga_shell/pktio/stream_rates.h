@@ -45,9 +45,9 @@ private:
     };
     struct Stream
     {
-        const char* kind;
-        uint32_t index;
-        uint32_t counterWord;
+        const char* kind = nullptr;
+        uint32_t index = 0;
+        uint32_t counterWord = 0;
         Sample first, second;
     };
 

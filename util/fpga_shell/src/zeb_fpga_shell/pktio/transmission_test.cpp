@@ -59,7 +59,7 @@ protected:
                                           .channelPrefix = m_Folder + "/tx",
                                           .port = {m_Port.path().c_str(), 0x1000}};
         testing::internal::CaptureStderr();
-        const SendResult result = transmit(m_Settings, environment);
+        SendResult result = transmit(m_Settings, environment);
         m_Warnings = testing::internal::GetCapturedStderr();
         m_Progress = progress.str();
         return result;
