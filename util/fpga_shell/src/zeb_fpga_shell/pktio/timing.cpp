@@ -12,8 +12,8 @@ Timing Timing::real()
     return {.now = &Clock::now, .wait = [](std::chrono::milliseconds duration, const std::function<bool()>& stopped) {
                 constexpr std::chrono::milliseconds SLICE(20);
                 const Clock::time_point end = Clock::now() + duration;
-                for (auto now = Clock::now(); now < end && !stopped(); now = Clock::now())
-                    std::this_thread::sleep_until(std::min(end, now + SLICE));
+                for (auto time = Clock::now(); time < end && !stopped(); time = Clock::now())
+                    std::this_thread::sleep_until(std::min(end, time + SLICE));
                 return !stopped();
             }};
 }
