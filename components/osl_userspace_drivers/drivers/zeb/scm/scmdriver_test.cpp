@@ -7,12 +7,9 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <random>
-#include <set>
 
 using namespace Osl::Drivers::Zeb;
 using Osl::CppUtil::InvalidArgumentError;
-using Osl::CppUtil::OutOfRangeError;
 using Osl::Drivers::DevMemError;
 using Osl::Testing::failureOf;
 using Osl::Testing::FakeMem;
@@ -65,32 +62,6 @@ TEST_F(ScmDriverTest, FillsTheSpareBankAndSwitchesLast)
                                               {Type::W32, BANK_A, expected},
                                               {Type::W32, 4, {0}}};
     EXPECT_EQ(m_Mem.log, log);
-}
-
-TEST_F(ScmDriverTest, RandomEditsKeepTheListPackedAndSorted)
-{
-    std::mt19937 random(1);
-    std::set<std::tuple<uint32_t, uint32_t, uint32_t>> model;
-    for (int step = 0; step < 2000; ++step) {
-        const uint32_t scmIdx = random() % 8;
-        const uint32_t pid = random() % 2 != 0 ? random() % 8 : 8190 - random() % 8;
-        const uint32_t keyIdx = random() % 64;
-        const auto old = model.lower_bound({scmIdx, pid, 0});
-        if (old != model.end() && std::get<0>(*old) == scmIdx && std::get<1>(*old) == pid)
-            model.erase(old);
-        if (random() % 3 == 0) {
-            m_Scm.remove(scmIdx, pid);
-        } else {
-            m_Scm.insert({pid, scmIdx, keyIdx});
-            model.insert({scmIdx, pid, keyIdx});
-        }
-        std::vector<uint32_t> expected;
-        for (const auto& [scm, p, key] : model)
-            expected.push_back(key * 65536 + scm * 8192 + p);
-        expected.resize(ROWS, 0xFFFFFFFF);
-        ASSERT_EQ(activeBank(), expected) << "step " << step;
-        ASSERT_EQ(m_Mem.words[4], step % 2 == 0 ? 1U : 0U);
-    }
 }
 
 TEST_F(ScmDriverTest, AFailureAtAnyAccessLeavesTheBankInUse)
@@ -147,18 +118,6 @@ TEST_F(ScmDriverTest, AClearThatFailsLeavesAllOrNoEntriesInUse)
     }
 }
 
-TEST_F(ScmDriverTest, ClearEmptiesBothBanksAndKeepsTheSelection)
-{
-    for (const uint32_t selected : {0U, 1U, 0x80000000U}) {
-        std::fill_n(m_Mem.words.begin() + BANK_A, 2 * ROWS, 0x12345);
-        m_Mem.words[4] = selected;
-        m_Scm.clear();
-        EXPECT_THAT(bank(BANK_A), Each(0xFFFFFFFF));
-        EXPECT_THAT(bank(BANK_B), Each(0xFFFFFFFF));
-        EXPECT_EQ(m_Mem.words[4], selected != 0 ? 1U : 0U);
-    }
-}
-
 TEST_F(ScmDriverTest, RefusalsComeBeforeTheFirstWrite)
 {
     fill(512);
@@ -181,15 +140,4 @@ TEST_F(ScmDriverTest, RefusalsComeBeforeTheFirstWrite)
     m_Scm.remove(7, 511);
     m_Scm.insert({8190, 7, 63});
     EXPECT_EQ(activeBank()[511], 63U << 16 | 7U << 13 | 8190U);
-}
-
-TEST_F(ScmDriverTest, RowsEndWithTheBank)
-{
-    fill(512);
-    EXPECT_EQ(m_Scm.readRows(ScmDriver::Bank::ACTIVE, 500, 12).back().entry.pid, 511U);
-    EXPECT_TRUE(m_Scm.readRows(ScmDriver::Bank::ACTIVE, 512, 0).empty());
-    EXPECT_THAT(failureOf<OutOfRangeError>([&] { m_Scm.readRows(ScmDriver::Bank::ACTIVE, 500, 13); }),
-                StartsWith("Out of Range Error: Offset 500 and entry count 13 exceeds scrambler PID LUT size 512.("));
-    EXPECT_THAT(failureOf<OutOfRangeError>([&] { m_Scm.readRows(ScmDriver::Bank::ACTIVE, 1, 0xFFFFFFFF); }),
-                StartsWith("Out of Range Error: Offset 1 and entry count 4294967295 exceeds"));
 }

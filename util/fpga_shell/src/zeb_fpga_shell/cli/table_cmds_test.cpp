@@ -7,7 +7,6 @@
 #include <osl/testing/fake_mem.h>
 #include <osl/userspace_drivers/drivers/drivererror.h>
 
-#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -47,7 +46,6 @@ protected:
         return out.str();
     }
     std::string pidLut() { return run(READ_PID_LUT, "-a"); }
-    std::string ipLut() { return run(READ_IP_LUT, "-a"); }
 
     /// Error of a command that must not have written anything.
     std::string refusal(const TableCmdDecl& decl, const std::string& line)
@@ -71,47 +69,7 @@ protected:
 
 std::ptrdiff_t linesIn(const std::string& text) { return std::count(text.begin(), text.end(), '\n'); }
 
-std::string pidLutLine(int row, uint32_t word, const char* fields)
-{
-    return fmt::format("{:03} (0x{:08x}): {}\n", row, word, fields);
-}
-
 } // namespace
-
-TEST_F(TableCmdsTest, PidLutRowsAreKeptInKeyOrderAndReplacedByKey)
-{
-    run(WRITE_PID_LUT, "-t 3 -p 0x100 -P 7 -C");
-    EXPECT_EQ(pidLut(), pidLutLine(0, 12288,
-                                   "TSIIDX:003, PID:0x0100(0256), PIDIDX:0007, CPU_ROUTE:YES, OUT_ROUTE:NO, "
-                                   "FILTIDX:000"));
-    run(WRITE_PID_LUT, "-t 2 -p 8190 -P 4095 -O -f 255");
-    run(WRITE_PID_LUT, "-t 3 -p 0x100 -P 8 -O");
-    EXPECT_EQ(pidLut(), pidLutLine(0, 12288,
-                                   "TSIIDX:002, PID:0x1ffe(8190), PIDIDX:4095, CPU_ROUTE:NO, OUT_ROUTE:YES, "
-                                   "FILTIDX:255") +
-                            pidLutLine(1, 12290,
-                                       "TSIIDX:003, PID:0x0100(0256), PIDIDX:0008, CPU_ROUTE:NO, OUT_ROUTE:YES, "
-                                       "FILTIDX:000"));
-}
-
-TEST_F(TableCmdsTest, PidLutClearsOneRowOrAllOfItsTsi)
-{
-    for (const char* tsi : {"2", "3", "4"})
-        for (const char* pid : {"0", "0x100", "8190"})
-            run(WRITE_PID_LUT, fmt::format("-t {} -p {} -C", tsi, pid));
-    const auto rows = [&] { return linesIn(pidLut()); };
-    EXPECT_EQ(rows(), 9);
-    run(WRITE_PID_LUT, "-t 3 -p 0x100 -c");
-    EXPECT_EQ(rows(), 8);
-    EXPECT_THAT(pidLut(), testing::Not(HasSubstr("TSIIDX:003, PID:0x0100")));
-    run(WRITE_PID_LUT, "-t 3 -p 0x101 -c");
-    EXPECT_EQ(rows(), 8);
-    run(WRITE_PID_LUT, "-t 3 -c");
-    EXPECT_EQ(rows(), 6);
-    EXPECT_THAT(pidLut(), testing::Not(HasSubstr("TSIIDX:003")));
-    run(WRITE_PID_LUT, "-t 4 -p 0 -c -P 0");
-    EXPECT_EQ(rows(), 5) << "the PIDIDX does not matter on clearing";
-}
 
 TEST_F(TableCmdsTest, APidLutRowThatRoutesNowhereGoesWithTheNextEdit)
 {
@@ -144,20 +102,6 @@ TEST_F(TableCmdsTest, AFullPidLutTakesEditsAtTheDeviceAccessesItNeedsAndNoFurthe
     EXPECT_EQ(m_Pid->log.size(), 1U + 2048U + 1U + 2048U + 2U);
     EXPECT_EQ(m_Pid->words[129], 1U);
     EXPECT_THAT(refusal(WRITE_PID_LUT, "-t 255 -p 8 -C"), HasSubstr("List is 2049 .ZEBTSIF FPGA"));
-}
-
-TEST_F(TableCmdsTest, ATsiHasOneIpLutRowAndRowsStaySorted)
-{
-    run(WRITE_IP_LUT, "-t 5 -i 239.1.1.2 -p 1234");
-    run(WRITE_IP_LUT, "-t 5 -i 239.1.1.1 -p 1234");
-    run(WRITE_IP_LUT, "-t 6 -i 9.255.255.255");
-    run(WRITE_IP_LUT, "-t 7 -i 239.1.1.1 -p 80");
-    EXPECT_EQ(ipLut(), "000 (0x00000800): IP:9.255.255.255, UDP_PORT:65535, TSIIDX:006, ENABLED:YES\n"
-                       "001 (0x00000802): IP:239.1.1.1, UDP_PORT:00080, TSIIDX:007, ENABLED:YES\n"
-                       "002 (0x00000804): IP:239.1.1.1, UDP_PORT:01234, TSIIDX:005, ENABLED:YES\n");
-    run(WRITE_IP_LUT, "-t 7 -c -i garbage -p 70000");
-    EXPECT_EQ(run(READ_IP_LUT, "-a -i"), "000 (0x00000800): IP:9.255.255.255, UDP_PORT:65535, TSIIDX:006, ENABLED:YES\n"
-                                         "001 (0x00000802): IP:239.1.1.1, UDP_PORT:01234, TSIIDX:005, ENABLED:YES\n");
 }
 
 TEST_F(TableCmdsTest, SingleRowsAreWrittenWithTheirDefaultsAndClearedToStuffing)
