@@ -278,9 +278,15 @@ def test_boards_are_strangers_to_each_other():
     assert first.communicate("go\n", timeout=TIMEOUT)[0] == "0x00000000:  0x00000001 \n"
 
 
+NOBODY = ["setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"]
+
+
 @pytest.mark.skipif(os.geteuid() != 0, reason="not root: all tests run unprivileged already")
 def test_unprivileged_user():
     """A copy that everyone may read, since the working tree may lie in root's own folder."""
+    view = ["bwrap", "--bind", "/", "/", "--dev", "/dev", "--proc", "/proc", "--unshare-pid", "--"]
+    if run_bare(*NOBODY, *view, "true", cwd="/").status != 0:
+        pytest.skip("this machine lets nobody but root make a sandbox")
     folder = Path(tempfile.mkdtemp())
     try:
         folder.chmod(0o755)
@@ -288,11 +294,10 @@ def test_unprivileged_user():
             copy = folder / (source.relative_to(REPO) if source == LAUNCHER else "build/dev" / source.relative_to(BUILD))
             copy.parent.mkdir(parents=True, exist_ok=True)
             shutil.copy(source, copy)
-        nobody = ["setpriv", "--reuid=65534", "--regid=65534", "--clear-groups", "env", "-u", "ZEB_BUILD_DIR"]
-        board = [*nobody, f"{folder}/scripts/board", "run"]
+        board = [*NOBODY, "env", "-u", "ZEB_BUILD_DIR", f"{folder}/scripts/board", "run"]
         result = run_bare(*board, "sh", "-c", "id -u; zeb_fpga_shell write32 -d tsio -v 3 -r", cwd="/")
         assert result == (0, "65534\n0x00000000:  0x00000003 \n", "")
-        network = run_bare(*nobody, f"{folder}/scripts/board", "run", "--net", "cut", "-sf1-3", "/proc/net/route", cwd="/")
+        network = run_bare(*board, "--net", "cut", "-sf1-3", "/proc/net/route", cwd="/")
         assert network == (0, "Iface\tDestination\tGateway \nlo\t000000E0\t00000000\n", "")
         spi = ["spiwrite", "-s", "fpga", "-d", "/dev/spidev0.0", "-v", "4", "-r", "--force"]
         assert run_bare(*board, "zeb_fpga_shell", *spi, cwd="/") == (0, "0x00000000:  0x00000004 \n", "")
