@@ -30,7 +30,7 @@ void PhysOutEntry::setTSOidx(uint32_t tsoIdx)
 
 void PhysOutEntry::setPHYOidx(uint32_t phyOIdx)
 {
-    setValue<F::PHYO_IDX>(inRange(phyOIdx, 0, 31, "Cannot create PhysOutEntry - invalid PHYOidx ("));
+    setValue<F::PHYO_IDX>(inRange(phyOIdx, 0, MAX_PHYO_IDX, "Cannot create PhysOutEntry - invalid PHYOidx ("));
 }
 
 } // namespace Osl::Drivers::Zeb

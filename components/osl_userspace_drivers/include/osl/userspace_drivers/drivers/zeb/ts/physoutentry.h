@@ -16,6 +16,8 @@ struct PhysOutFields
 class PhysOutEntry final : public Misc::FieldEntry<1, PhysOutFields::ALL>
 {
 public:
+    static constexpr uint32_t MAX_PHYO_IDX = 31;
+
     /// A stuffing row of TSO 255.
     PhysOutEntry() { setStuffing(); }
     /// The stuffing row of a TSO.
