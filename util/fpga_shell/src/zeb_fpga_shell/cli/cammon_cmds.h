@@ -29,7 +29,7 @@ private:
 };
 
 /// Lists the watched PIDs with their counters.
-class CamMonReadCmd final : public CamMonCmd
+class CamMonReadCmd : public CamMonCmd
 {
 public:
     using CamMonCmd::CamMonCmd;
@@ -38,7 +38,7 @@ public:
 };
 
 /// Watches one PID, or stops watching it.
-class CamMonWriteCmd final : public CamMonCmd
+class CamMonWriteCmd : public CamMonCmd
 {
 public:
     using CamMonCmd::CamMonCmd;
@@ -47,7 +47,7 @@ public:
 };
 
 /// Stops watching all PIDs.
-class CamMonClearCmd final : public CamMonCmd
+class CamMonClearCmd : public CamMonCmd
 {
 public:
     using CamMonCmd::CamMonCmd;

@@ -5,7 +5,7 @@
 namespace Osl::Utils {
 
 /// Saves the routing tables to a file; an existing one survives any failure.
-class ExportTablesCmd final : public CliCmd
+class ExportTablesCmd : public CliCmd
 {
 public:
     using CliCmd::CliCmd;
@@ -14,7 +14,7 @@ public:
 };
 
 /// Restores the routing tables from a file, all of which is checked before the first write.
-class ImportTablesCmd final : public CliCmd
+class ImportTablesCmd : public CliCmd
 {
 public:
     using CliCmd::CliCmd;

@@ -26,7 +26,7 @@ private:
 };
 
 /// Lists the addresses.
-class McNotLutReadCmd final : public McNotLutCmd
+class McNotLutReadCmd : public McNotLutCmd
 {
 public:
     using McNotLutCmd::McNotLutCmd;
@@ -35,7 +35,7 @@ public:
 };
 
 /// Adds or clears one address. Its refusals go to the output stream.
-class McNotLutWriteCmd final : public McNotLutCmd
+class McNotLutWriteCmd : public McNotLutCmd
 {
 public:
     using McNotLutCmd::McNotLutCmd;

@@ -18,7 +18,7 @@ public:
 class RdTsPacketsCmd : public PKTIOOpenCloseCmd
 {
 public:
-    using DeviceOpenCloseCmd::DeviceOpenCloseCmd;
+    using PKTIOOpenCloseCmd::PKTIOOpenCloseCmd;
     void addOptions(Options& options) override;
 
 protected:

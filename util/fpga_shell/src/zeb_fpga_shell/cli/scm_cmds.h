@@ -29,7 +29,7 @@ private:
 };
 
 /// Lists entries of the PID LUT.
-class ScmReadPidlut final : public ScmCmd
+class ScmReadPidlut : public ScmCmd
 {
 public:
     using ScmCmd::ScmCmd;
@@ -40,7 +40,7 @@ protected:
 };
 
 /// Adds, replaces or clears one entry of the PID LUT.
-class ScmWritePidlut final : public ScmCmd
+class ScmWritePidlut : public ScmCmd
 {
 public:
     using ScmCmd::ScmCmd;
@@ -51,7 +51,7 @@ protected:
 };
 
 /// Clears all entries of the PID LUT.
-class ScmClearPidlut final : public ScmCmd
+class ScmClearPidlut : public ScmCmd
 {
 public:
     using ScmCmd::ScmCmd;
@@ -61,7 +61,7 @@ protected:
 };
 
 /// Shows the common keys and initialisation vectors.
-class ScmReadKeys final : public ScmCmd
+class ScmReadKeys : public ScmCmd
 {
 public:
     using ScmCmd::ScmCmd;
@@ -72,7 +72,7 @@ protected:
 
 /// Writes common keys and initialisation vectors: none unless all that are given are valid. The value "-" stands for a
 /// line of the input stream, since the arguments of a process are open to every user of the machine.
-class ScmWriteKeys final : public ScmCmd
+class ScmWriteKeys : public ScmCmd
 {
 public:
     using ScmCmd::ScmCmd;

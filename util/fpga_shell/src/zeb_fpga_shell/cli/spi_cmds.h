@@ -5,7 +5,7 @@
 namespace Osl::Utils {
 
 /// Dumps registers of an SPI slave; of the synthesiser's status register also the fields. Raises SPIError.
-class SpiReadCmd final : public CliCmd
+class SpiReadCmd : public CliCmd
 {
 public:
     using CliCmd::CliCmd;
@@ -14,7 +14,7 @@ public:
 };
 
 /// Writes registers of an SPI slave, one or a block, and reads them back on request. Raises SPIError.
-class SpiWriteCmd final : public CliCmd
+class SpiWriteCmd : public CliCmd
 {
 public:
     using CliCmd::CliCmd;

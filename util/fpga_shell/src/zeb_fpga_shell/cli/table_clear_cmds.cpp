@@ -15,20 +15,20 @@ void clearTable(const Options&, const std::shared_ptr<Drivers::IMemIf>& memory, 
 }
 
 template <auto CLEAR>
-constexpr TableCmdDecl PID_CLEAR{PIDLUT_DEVICE, {}, &clearTable<PidLutMapDriver, CLEAR>};
+constexpr PidTableCmdDecl PID_CLEAR{{{}, &clearTable<PidLutMapDriver, CLEAR>}};
 template <auto CLEAR, auto... ARGUMENTS>
-constexpr TableCmdDecl IO_CLEAR{IPLUT_DEVICE, {}, &clearTable<TsIoDriver, CLEAR, ARGUMENTS...>};
+constexpr IoTableCmdDecl IO_CLEAR{{{}, &clearTable<TsIoDriver, CLEAR, ARGUMENTS...>}};
 
 constexpr bool BOTH_BANKS = true;
 
 } // namespace
 
-const TableCmdDecl CLEAR_TSI_MAP = PID_CLEAR<&PidLutMapDriver::clearTsiMap>;
-const TableCmdDecl CLEAR_PID_LUT = PID_CLEAR<&PidLutMapDriver::clearPidLut>;
-const TableCmdDecl CLEAR_O_PID_MAP = PID_CLEAR<&PidLutMapDriver::clearPidMap>;
-const TableCmdDecl CLEAR_IP_LUT = IO_CLEAR<&TsIoDriver::clearIpInLut, BOTH_BANKS>;
-const TableCmdDecl CLEAR_IP_OUT_MAP = IO_CLEAR<&TsIoDriver::clearIpOutMap>;
-const TableCmdDecl CLEAR_PHYS_OUT_MAP = IO_CLEAR<&TsIoDriver::clearPhysOutMap>;
-const TableCmdDecl CLEAR_PHYS_IN_MAP = IO_CLEAR<&TsIoDriver::clearPhysInMap>;
+const PidTableCmdDecl CLEAR_TSI_MAP = PID_CLEAR<&PidLutMapDriver::clearTsiMap>;
+const PidTableCmdDecl CLEAR_PID_LUT = PID_CLEAR<&PidLutMapDriver::clearPidLut>;
+const PidTableCmdDecl CLEAR_O_PID_MAP = PID_CLEAR<&PidLutMapDriver::clearPidMap>;
+const IoTableCmdDecl CLEAR_IP_LUT = IO_CLEAR<&TsIoDriver::clearIpInLut, BOTH_BANKS>;
+const IoTableCmdDecl CLEAR_IP_OUT_MAP = IO_CLEAR<&TsIoDriver::clearIpOutMap>;
+const IoTableCmdDecl CLEAR_PHYS_OUT_MAP = IO_CLEAR<&TsIoDriver::clearPhysOutMap>;
+const IoTableCmdDecl CLEAR_PHYS_IN_MAP = IO_CLEAR<&TsIoDriver::clearPhysInMap>;
 
 } // namespace Osl::Utils

@@ -4,15 +4,17 @@
 
 namespace Osl::Utils {
 
-extern const TableCmdDecl CLEAR_TSI_MAP, CLEAR_PID_LUT, CLEAR_O_PID_MAP, CLEAR_IP_LUT, CLEAR_IP_OUT_MAP,
-    CLEAR_PHYS_OUT_MAP, CLEAR_PHYS_IN_MAP;
+extern const PidTableCmdDecl CLEAR_TSI_MAP, CLEAR_PID_LUT, CLEAR_O_PID_MAP;
+extern const IoTableCmdDecl CLEAR_IP_LUT, CLEAR_IP_OUT_MAP, CLEAR_PHYS_OUT_MAP, CLEAR_PHYS_IN_MAP;
 
-using ResetTSIMAPCmd = DeclaredTableCmd<CLEAR_TSI_MAP>;
-using ResetPIDLUTCmd = DeclaredTableCmd<CLEAR_PID_LUT>;
-using ResetOPIDMAPCmd = DeclaredTableCmd<CLEAR_O_PID_MAP>;
-using ResetIPLUTCmd = DeclaredTableCmd<CLEAR_IP_LUT>;
-using ResetIPOUTMAPCmd = DeclaredTableCmd<CLEAR_IP_OUT_MAP>;
-using ResetPHYSOUTMAPCmd = DeclaredTableCmd<CLEAR_PHYS_OUT_MAP>;
-using ResetPHYSINMAPCmd = DeclaredTableCmd<CLEAR_PHYS_IN_MAP>;
+// clang-format off
+class ResetTSIMAPCmd          : public TableCmd<CLEAR_TSI_MAP>      { using TableCmd::TableCmd; };
+class ResetPIDLUTCmd          : public TableCmd<CLEAR_PID_LUT>      { using TableCmd::TableCmd; };
+class ResetOPIDMAPCmd         : public TableCmd<CLEAR_O_PID_MAP>    { using TableCmd::TableCmd; };
+class ResetIPLUTCmd           : public TableCmd<CLEAR_IP_LUT>       { using TableCmd::TableCmd; };
+class ResetIPOUTMAPCmd        : public TableCmd<CLEAR_IP_OUT_MAP>   { using TableCmd::TableCmd; };
+class ResetPHYSOUTMAPCmd      : public TableCmd<CLEAR_PHYS_OUT_MAP> { using TableCmd::TableCmd; };
+class ResetPHYSINMAPCmd       : public TableCmd<CLEAR_PHYS_IN_MAP>  { using TableCmd::TableCmd; };
+// clang-format on
 
 } // namespace Osl::Utils

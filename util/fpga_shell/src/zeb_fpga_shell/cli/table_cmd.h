@@ -5,53 +5,48 @@
 #include <iosfwd>
 #include <memory>
 #include <span>
+#include <type_traits>
 
 namespace Osl::Utils {
 
 /// All that tells one command on a routing table from the next, but for the texts of the registry.
 struct TableCmdDecl
 {
-    const Drivers::Zeb::MappedDevice& device;
     std::span<const OptionDecl> options; ///< besides the help option
     /// Works on the table with the parsed options; raises what goes wrong.
     void (*run)(const Options& options, const std::shared_ptr<Drivers::IMemIf>& memory, std::ostream& out);
 };
 
-/// A command on one routing table.
-class TableCmd : public FixedDeviceCmd
+/// The same with the block that holds the table: `Base` opens its device.
+template <class Base>
+struct BlockTableCmdDecl : TableCmdDecl
 {
+    using OpenCloseCmd = Base;
+};
+using PidTableCmdDecl = BlockTableCmdDecl<PIDLUTOpenCloseCmd>;
+using IoTableCmdDecl = BlockTableCmdDecl<IPLUTOpenCloseCmd>;
+
+/// A command on one routing table, declared by a BlockTableCmdDecl with static storage. The registry can make one of it
+/// as it stands; those that have a name of their own derive from it.
+template <const auto& DECL>
+class TableCmd : public std::remove_cvref_t<decltype(DECL)>::OpenCloseCmd
+{
+    using Base = typename std::remove_cvref_t<decltype(DECL)>::OpenCloseCmd;
+
 public:
-    TableCmd(const TableCmdDecl& decl, std::string name, std::string usage, std::string description)
-        : FixedDeviceCmd(decl.device, std::move(name), std::move(usage), std::move(description)),
-          m_Decl(decl)
-    {
-    }
+    using Base::Base;
 
     void addOptions(Options& options) override
     {
-        options.add(m_Decl.options);
-        FixedDeviceCmd::addOptions(options);
+        options.add(DECL.options);
+        Base::addOptions(options);
     }
 
 protected:
     int doFpgaCommand(Options& options, std::ostream& out, std::istream&) override
     {
-        m_Decl.run(options, getContainedMemIf(), out);
+        DECL.run(options, this->getContainedMemIf(), out);
         return 0;
-    }
-
-private:
-    const TableCmdDecl& m_Decl;
-};
-
-/// TableCmd as the registry makes it.
-template <const TableCmdDecl& DECL>
-class DeclaredTableCmd final : public TableCmd
-{
-public:
-    DeclaredTableCmd(std::string name, std::string usage, std::string description)
-        : TableCmd(DECL, std::move(name), std::move(usage), std::move(description))
-    {
     }
 };
 

@@ -21,40 +21,51 @@ using testing::HasSubstr;
 
 namespace {
 
+/// A command with the block it works on.
+struct Command
+{
+    Command(const PidTableCmdDecl& declaration) : decl(declaration), onPidBlock(true) {}
+    Command(const IoTableCmdDecl& declaration) : decl(declaration), onPidBlock(false) {}
+
+    const TableCmdDecl& decl;
+    bool onPidBlock;
+};
+
 /// Both blocks of a freshly reset FPGA, as the clear commands leave them, and commands that run on them.
 class TableCmdsTest : public testing::Test
 {
 protected:
     TableCmdsTest()
     {
-        for (const TableCmdDecl* clear : {&CLEAR_TSI_MAP, &CLEAR_PID_LUT, &CLEAR_O_PID_MAP, &CLEAR_IP_LUT,
-                                          &CLEAR_IP_OUT_MAP, &CLEAR_PHYS_OUT_MAP, &CLEAR_PHYS_IN_MAP})
-            run(*clear, "");
+        for (const Command& clear :
+             {Command(CLEAR_TSI_MAP), Command(CLEAR_PID_LUT), Command(CLEAR_O_PID_MAP), Command(CLEAR_IP_LUT),
+              Command(CLEAR_IP_OUT_MAP), Command(CLEAR_PHYS_OUT_MAP), Command(CLEAR_PHYS_IN_MAP)})
+            run(clear, "");
         m_Pid->accesses = m_Io->accesses = 0;
         m_Pid->log.clear();
     }
 
     /// Output of the command with the arguments in `line`.
-    std::string run(const TableCmdDecl& decl, const std::string& line)
+    std::string run(const Command& command, const std::string& line)
     {
         Options options("cmd", "");
-        options.add(decl.options);
+        options.add(command.decl.options);
         ArgumentVector arguments(Osl::CppUtil::split(line.empty() ? "cmd" : "cmd " + line, ' '));
         EXPECT_TRUE(options.parse(arguments.argc(), arguments.argv()));
         std::ostringstream out;
-        decl.run(options, &decl.device == &Osl::Drivers::Zeb::PIDLUT_DEVICE ? m_Pid : m_Io, out);
+        command.decl.run(options, command.onPidBlock ? m_Pid : m_Io, out);
         return out.str();
     }
     std::string pidLut() { return run(READ_PID_LUT, "-a"); }
 
     /// Error of a command that must not have written anything.
-    std::string refusal(const TableCmdDecl& decl, const std::string& line)
+    std::string refusal(const Command& command, const std::string& line)
     {
         const std::vector<uint32_t> pidBefore = m_Pid->words;
         const std::vector<uint32_t> ioBefore = m_Io->words;
         std::string text = "nothing raised";
         try {
-            run(decl, line);
+            run(command, line);
         } catch (const Osl::Error& error) {
             text = error.what();
         }
@@ -108,9 +119,9 @@ TEST_F(TableCmdsTest, SingleRowsAreWrittenWithTheirDefaultsAndClearedToStuffing)
 {
     struct Case
     {
-        const TableCmdDecl& write;
+        Command write;
         const char *arguments, *key;
-        const TableCmdDecl& read;
+        Command read;
         const char* line;
     };
     const Case cases[] = {
@@ -155,7 +166,7 @@ TEST_F(TableCmdsTest, SingleRowsAreWrittenWithTheirDefaultsAndClearedToStuffing)
 
 TEST_F(TableCmdsTest, ValuesOutsideTheirRangeAreRefusedBeforeAnythingIsWritten)
 {
-    const std::tuple<const TableCmdDecl&, const char*, const char*> cases[] = {
+    const std::tuple<Command, const char*, const char*> cases[] = {
         {WRITE_PID_LUT, "-t 256 -C", "invalid TSIIDX (256)"},
         {WRITE_PID_LUT, "-p 8192 -C", "invalid PID (8192)"},
         {WRITE_PID_LUT, "-P 0 -C", "invalid PIDIDX (0)"},
@@ -188,8 +199,8 @@ TEST_F(TableCmdsTest, ValuesOutsideTheirRangeAreRefusedBeforeAnythingIsWritten)
         {READ_PHYS_IN_MAP, "-o 60 -c 5", "Offset (60) and count (5) exceeds the size (64) of the ZEB PHYS"},
         {READ_O_PID_MAP, "-o 0", "Offset value 0 is not permitted in the ZEB O-PID MAP"},
     };
-    for (const auto& [decl, line, text] : cases)
-        EXPECT_THAT(refusal(decl, line), HasSubstr(text));
+    for (const auto& [command, line, text] : cases)
+        EXPECT_THAT(refusal(command, line), HasSubstr(text));
 }
 
 TEST_F(TableCmdsTest, ReadCommandsTakeTheFirstRowUnlessToldOtherwise)
@@ -198,12 +209,12 @@ TEST_F(TableCmdsTest, ReadCommandsTakeTheFirstRowUnlessToldOtherwise)
     EXPECT_THAT(run(READ_PID_LUT, "-s"), testing::StartsWith("000 (0x00002000): TSIIDX:255"));
     EXPECT_THAT(run(READ_O_PID_MAP, "-s"), testing::StartsWith("0001 (0x00004002): PIDIDX:0001"));
     EXPECT_THAT(run(READ_PID_LUT, "-s -i -o 1"), testing::StartsWith("001 (0x00003002): "));
-    for (const auto& [decl, rows] :
-         {std::pair(&READ_PID_LUT, 2048), std::pair(&READ_O_PID_MAP, 4095), std::pair(&READ_PHYS_IN_MAP, 64),
-          std::pair(&READ_TSI_MAP, 256), std::pair(&READ_IP_LUT, 256), std::pair(&READ_IP_OUT_MAP, 256),
-          std::pair(&READ_PHYS_OUT_MAP, 256)}) {
-        EXPECT_EQ(run(*decl, "-a"), "");
-        const std::string all = run(*decl, "-a -s -o 5 -c 3");
+    const std::pair<Command, int> tables[] = {{READ_PID_LUT, 2048},    {READ_O_PID_MAP, 4095}, {READ_PHYS_IN_MAP, 64},
+                                              {READ_TSI_MAP, 256},     {READ_IP_LUT, 256},     {READ_IP_OUT_MAP, 256},
+                                              {READ_PHYS_OUT_MAP, 256}};
+    for (const auto& [command, rows] : tables) {
+        EXPECT_EQ(run(command, "-a"), "");
+        const std::string all = run(command, "-a -s -o 5 -c 3");
         EXPECT_EQ(linesIn(all), rows);
     }
 }

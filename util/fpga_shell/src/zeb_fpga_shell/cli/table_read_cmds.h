@@ -4,15 +4,17 @@
 
 namespace Osl::Utils {
 
-extern const TableCmdDecl READ_IP_LUT, READ_TSI_MAP, READ_PID_LUT, READ_O_PID_MAP, READ_PHYS_OUT_MAP, READ_PHYS_IN_MAP,
-    READ_IP_OUT_MAP;
+extern const PidTableCmdDecl READ_TSI_MAP, READ_PID_LUT, READ_O_PID_MAP;
+extern const IoTableCmdDecl READ_IP_LUT, READ_PHYS_OUT_MAP, READ_PHYS_IN_MAP, READ_IP_OUT_MAP;
 
-using ReadIPLUTCmd = DeclaredTableCmd<READ_IP_LUT>;
-using ReadTSIMAPCmd = DeclaredTableCmd<READ_TSI_MAP>;
-using ReadPIDLUTCmd = DeclaredTableCmd<READ_PID_LUT>;
-using ReadOPIDMAPCmd = DeclaredTableCmd<READ_O_PID_MAP>;
-using ReadPHYSOUTMAPCmd = DeclaredTableCmd<READ_PHYS_OUT_MAP>;
-using ReadPHYSINMAPCmd = DeclaredTableCmd<READ_PHYS_IN_MAP>;
-using ReadIPOutCmd = DeclaredTableCmd<READ_IP_OUT_MAP>;
+// clang-format off
+class ReadIPLUTCmd            : public TableCmd<READ_IP_LUT>        { using TableCmd::TableCmd; };
+class ReadTSIMAPCmd           : public TableCmd<READ_TSI_MAP>       { using TableCmd::TableCmd; };
+class ReadPIDLUTCmd           : public TableCmd<READ_PID_LUT>       { using TableCmd::TableCmd; };
+class ReadOPIDMAPCmd          : public TableCmd<READ_O_PID_MAP>     { using TableCmd::TableCmd; };
+class ReadPHYSOUTMAPCmd       : public TableCmd<READ_PHYS_OUT_MAP>  { using TableCmd::TableCmd; };
+class ReadPHYSINMAPCmd        : public TableCmd<READ_PHYS_IN_MAP>   { using TableCmd::TableCmd; };
+class ReadIPOutCmd            : public TableCmd<READ_IP_OUT_MAP>    { using TableCmd::TableCmd; };
+// clang-format on
 
 } // namespace Osl::Utils

@@ -205,13 +205,13 @@ void writeIpOutMap(const Options& options, const Memory& memory, std::ostream&)
 
 } // namespace
 
-const TableCmdDecl WRITE_IP_LUT{IPLUT_DEVICE, IP_LUT_OPTIONS, &writeIpLut};
-const TableCmdDecl WRITE_PHYS_OUT_MAP{IPLUT_DEVICE, PHYS_OUT_MAP_OPTIONS, &writePhysOutMap};
-const TableCmdDecl WRITE_PHYS_IN_MAP{IPLUT_DEVICE, PHYS_IN_MAP_OPTIONS, &writePhysInMap};
-const TableCmdDecl WRITE_PID_LUT{PIDLUT_DEVICE, PID_LUT_OPTIONS, &writePidLut};
-const TableCmdDecl WRITE_TSI_MAP{PIDLUT_DEVICE, TSI_MAP_OPTIONS, &writeTsiMap};
-const TableCmdDecl WRITE_O_PID_MAP{PIDLUT_DEVICE, O_PID_MAP_OPTIONS, &writeOPidMap};
-const TableCmdDecl WRITE_FILTER_TABLE{PIDLUT_DEVICE, FILTER_TABLE_OPTIONS, &writeFilterTable};
-const TableCmdDecl WRITE_IP_OUT_MAP{IPLUT_DEVICE, IP_OUT_MAP_OPTIONS, &writeIpOutMap};
+const IoTableCmdDecl WRITE_IP_LUT{{IP_LUT_OPTIONS, &writeIpLut}};
+const IoTableCmdDecl WRITE_PHYS_OUT_MAP{{PHYS_OUT_MAP_OPTIONS, &writePhysOutMap}};
+const IoTableCmdDecl WRITE_PHYS_IN_MAP{{PHYS_IN_MAP_OPTIONS, &writePhysInMap}};
+const PidTableCmdDecl WRITE_PID_LUT{{PID_LUT_OPTIONS, &writePidLut}};
+const PidTableCmdDecl WRITE_TSI_MAP{{TSI_MAP_OPTIONS, &writeTsiMap}};
+const PidTableCmdDecl WRITE_O_PID_MAP{{O_PID_MAP_OPTIONS, &writeOPidMap}};
+const PidTableCmdDecl WRITE_FILTER_TABLE{{FILTER_TABLE_OPTIONS, &writeFilterTable}};
+const IoTableCmdDecl WRITE_IP_OUT_MAP{{IP_OUT_MAP_OPTIONS, &writeIpOutMap}};
 
 } // namespace Osl::Utils

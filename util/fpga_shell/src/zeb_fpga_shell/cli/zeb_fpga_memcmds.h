@@ -13,14 +13,14 @@ public:
     using ZEBFpgaOpenCloseCmd::ZEBFpgaOpenCloseCmd;
 
 protected:
-    int doFpgaCommand(Options& options, std::ostream& out, std::istream& in) final;
+    int doFpgaCommand(Options& options, std::ostream& out, std::istream& in) override;
 
     virtual void access(const Options& options, std::ostream& out) = 0;
 };
 
 /// Dumps a block of words; offset and count are in words of the width.
 template <class Word>
-class ZEBFpgaReadCmd final : public ZEBFpgaMemCmd
+class ZEBFpgaReadCmd : public ZEBFpgaMemCmd
 {
 public:
     using ZEBFpgaMemCmd::ZEBFpgaMemCmd;
@@ -32,7 +32,7 @@ protected:
 
 /// Writes one word, and reads it back on request. Data wider than the word is refused.
 template <class Word>
-class ZEBFpgaWriteCmd final : public ZEBFpgaMemCmd
+class ZEBFpgaWriteCmd : public ZEBFpgaMemCmd
 {
 public:
     using ZEBFpgaMemCmd::ZEBFpgaMemCmd;
@@ -42,11 +42,13 @@ protected:
     void access(const Options& options, std::ostream& out) override;
 };
 
-using ZEBFpgaCli_read8 = ZEBFpgaReadCmd<uint8_t>;
-using ZEBFpgaCli_read16 = ZEBFpgaReadCmd<uint16_t>;
-using ZEBFpgaCli_read32 = ZEBFpgaReadCmd<uint32_t>;
-using ZEBFpgaCli_write8 = ZEBFpgaWriteCmd<uint8_t>;
-using ZEBFpgaCli_write16 = ZEBFpgaWriteCmd<uint16_t>;
-using ZEBFpgaCli_write32 = ZEBFpgaWriteCmd<uint32_t>;
+// clang-format off
+class ZEBFpgaCli_read8   : public ZEBFpgaReadCmd<uint8_t>   { using ZEBFpgaReadCmd::ZEBFpgaReadCmd; };
+class ZEBFpgaCli_read16  : public ZEBFpgaReadCmd<uint16_t>  { using ZEBFpgaReadCmd::ZEBFpgaReadCmd; };
+class ZEBFpgaCli_read32  : public ZEBFpgaReadCmd<uint32_t>  { using ZEBFpgaReadCmd::ZEBFpgaReadCmd; };
+class ZEBFpgaCli_write8  : public ZEBFpgaWriteCmd<uint8_t>  { using ZEBFpgaWriteCmd::ZEBFpgaWriteCmd; };
+class ZEBFpgaCli_write16 : public ZEBFpgaWriteCmd<uint16_t> { using ZEBFpgaWriteCmd::ZEBFpgaWriteCmd; };
+class ZEBFpgaCli_write32 : public ZEBFpgaWriteCmd<uint32_t> { using ZEBFpgaWriteCmd::ZEBFpgaWriteCmd; };
+// clang-format on
 
 } // namespace Osl::Utils

@@ -24,7 +24,7 @@ public:
 
     /// Declares the device options and the help option; a derived command declares its own first, then calls this.
     void addOptions(Options& options) override;
-    int doCommand(Options& options, std::ostream& out, std::istream& in) final;
+    int doCommand(Options& options, std::ostream& out, std::istream& in) override;
 
 protected:
     struct DeviceSettings
@@ -76,8 +76,11 @@ public:
     }
 };
 
-using PIDLUTOpenCloseCmd = DeviceOpenCloseCmd<Drivers::Zeb::PIDLUT_DEVICE>;
-using IPLUTOpenCloseCmd = DeviceOpenCloseCmd<Drivers::Zeb::IPLUT_DEVICE>;
-using PKTIOOpenCloseCmd = DeviceOpenCloseCmd<Drivers::Zeb::PKTIO_DEVICE>;
+// Classes of their own, not other names of the template's, so that they can be declared ahead.
+// clang-format off
+class PIDLUTOpenCloseCmd : public DeviceOpenCloseCmd<Drivers::Zeb::PIDLUT_DEVICE> { using DeviceOpenCloseCmd::DeviceOpenCloseCmd; };
+class IPLUTOpenCloseCmd  : public DeviceOpenCloseCmd<Drivers::Zeb::IPLUT_DEVICE>  { using DeviceOpenCloseCmd::DeviceOpenCloseCmd; };
+class PKTIOOpenCloseCmd  : public DeviceOpenCloseCmd<Drivers::Zeb::PKTIO_DEVICE>  { using DeviceOpenCloseCmd::DeviceOpenCloseCmd; };
+// clang-format on
 
 } // namespace Osl::Utils
