@@ -1,21 +1,46 @@
 #include "reference.h"
 #include "zeb_fpga_shell/cli/registry.h"
 
-#include <exception>
-#include <fstream>
-#include <iostream>
-#include <sstream>
-#include <string_view>
+#include <fmt/format.h>
 
 using namespace Osl::Utils;
+using namespace Osl::Reference;
 
 namespace {
 
-constexpr const char* USAGE =
-    "usage: zeb_fpga_shell_reference manual|completion TEMPLATE VERSION\n"
-    "\n"
-    "Prints the manual page or the completion script of bash: the template, with what the tool\n"
-    "knows of its commands in the place of @NAMES@, @COMMANDS@ and @VERSION@.\n";
+const char* valueOf(OptionKind kind)
+{
+    switch (kind) {
+    case OptionKind::FLAG:
+        break;
+    case OptionKind::NUMBER:
+        return "\\fINUMBER\\fR";
+    case OptionKind::TEXT:
+        return "\\fITEXT\\fR";
+    case OptionKind::PATH:
+        return "\\fIPATH\\fR";
+    case OptionKind::NUMBERS:
+        return "\\fINUMBER\\fR[,\\fINUMBER\\fR...]";
+    }
+    return "";
+}
+
+OptionReference referenceOf(const OptionDecl& option)
+{
+    OptionReference reference;
+    if (!option.shortName().empty())
+        reference.spellings.push_back(fmt::format("-{}", option.shortName()));
+    reference.spellings.push_back(fmt::format("--{}", option.longName()));
+    reference.value = valueOf(option.kind);
+    reference.help = option.help;
+    if (option.defaultValue != nullptr)
+        reference.help += fmt::format(" (default: {})", *option.defaultValue == '\0' ? "\"\"" : option.defaultValue);
+    if (option.words != nullptr)
+        reference.words = option.words();
+    if (option.kind != OptionKind::FLAG)
+        reference.completes = option.kind == OptionKind::PATH ? "path" : "word";
+    return reference;
+}
 
 std::vector<CommandReference> allCommands()
 {
@@ -25,60 +50,15 @@ std::vector<CommandReference> allCommands()
     for (const auto& [name, command] : module.commands()) {
         Options options(name, command->getDescription());
         command->addOptions(options);
-        commands.push_back({name, command->getDescription(), options.declarations()});
+        CommandReference reference{name, command->getDescription(), {}};
+        for (const OptionDecl& option : options.declarations())
+            if (option.longName() != HELP_OPTION.longName())
+                reference.options.push_back(referenceOf(option));
+        commands.push_back(std::move(reference));
     }
     return commands;
 }
 
-void replaceAll(std::string& text, std::string_view marker, const std::string& replacement)
-{
-    for (std::size_t at = text.find(marker); at != std::string::npos; at = text.find(marker, at + replacement.size()))
-        text.replace(at, marker.size(), replacement);
-}
-
-bool readFile(const char* path, std::string& text)
-{
-    std::ifstream file(path);
-    std::ostringstream content;
-    content << file.rdbuf();
-    text = content.str();
-    return file && content;
-}
-
-int print(std::string_view kind, const char* templatePath, const char* version)
-{
-    std::string text;
-    if (!readFile(templatePath, text)) {
-        std::cerr << "zeb_fpga_shell_reference: cannot read " << templatePath << std::endl;
-        return 1;
-    }
-    std::string names;
-    std::string sections;
-    for (const CommandReference& command : allCommands()) {
-        names += (names.empty() ? "" : " ") + command.name;
-        sections += kind == "manual" ? manualSection(command) : completionBranch(command);
-    }
-    sections.pop_back(); // the line's end is the template's
-    replaceAll(text, "@NAMES@", names);
-    replaceAll(text, "@COMMANDS@", sections);
-    replaceAll(text, "@VERSION@", version);
-    std::cout << text << std::flush;
-    return std::cout ? 0 : 1;
-}
-
 } // namespace
 
-int main(int argc, char** argv)
-{
-    const std::string_view kind = argc == 4 ? argv[1] : "";
-    if (kind != "manual" && kind != "completion") {
-        std::cerr << USAGE;
-        return 1;
-    }
-    try {
-        return print(kind, argv[2], argv[3]);
-    } catch (const std::exception& error) {
-        std::cerr << "zeb_fpga_shell_reference: " << error.what() << std::endl;
-        return 1;
-    }
-}
+int main(int argc, char** argv) { return print(argc, argv, allCommands()); }
