@@ -45,7 +45,8 @@ int print(int argc, char** argv, const std::vector<CommandReference>& commands)
     }
     sections.pop_back(); // the line's end is the template's
     replaceAll(text, "@NAMES@", names);
-    replaceAll(text, "@COMMANDS@", sections);
+    // In the completion the marker is a comment, so that the template can be checked as a script.
+    replaceAll(text, kind == "manual" ? "@COMMANDS@" : "# @COMMANDS@", sections);
     replaceAll(text, "@VERSION@", argv[3]);
     std::cout << text << std::flush;
     return std::cout ? 0 : 1;
