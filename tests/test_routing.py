@@ -1,11 +1,14 @@
 """Streams through the virtual board: from every kind of input, by the tables, to every kind of output."""
 
+import ipaddress
 import json
 import os
 import random
+import re
 import struct
 import subprocess
 import sys
+import time
 from pathlib import Path
 
 import pytest
@@ -57,8 +60,10 @@ def test_every_designator_enters_at_its_table(board, tmp_path, designator, table
     if designator != "-o 3":  # the list's second row has no new PID
         copies = [packet.data[4:] for packet in ts.packets_of(board.output("modulator15", len(expected)))]
         assert copies == [packet.data[4:] for packet in expected]
+    taken = [len(sent) if designator == "-i 5" else 0]
+    wait_until(lambda: board.words(PIDLUT, 1024 + 5, 1) == taken)  # packets that go nowhere may follow the last
+    assert board.words(PIDLUT, 1024 + 5, 1) == taken
     assert board.words(PIDLUT, 1280 + 3, 1) == [len(expected)]
-    assert board.words(PIDLUT, 1024 + 5, 1) == [len(sent) if designator == "-i 5" else 0]
 
 
 def test_cam_monitor_counts_watched_pids_and_their_errors(board, tmp_path):
@@ -70,11 +75,12 @@ def test_cam_monitor_counts_watched_pids_and_their_errors(board, tmp_path):
     assert before.count("PKT_CNT:0x00000(000000), ERR_CNT:0x00000(000000)") == 2
     program(board, f"wrtspackets -q -o 3 -f {write(tmp_path / 'sent.ts', faulty)} >/dev/null")
     assert ts.packets_of(board.output("cam2", 300)) == faulty
-    wait_until(lambda: board.run("rcammon", "-S", 2).out != before)
-    assert board.run("rcammon", "-S", 2).out == (
+    counted = (
         "00: PID:0x0100(0256), PKT_CNT:0x00064(000100), ERR_CNT:0x00001(000001)\n"
         "01: PID:0x0102(0258), PKT_CNT:0x00000(000000), ERR_CNT:0x00000(000000)\n"
     )
+    wait_until(lambda: board.run("rcammon", "-S", 2).out == counted)
+    assert board.run("rcammon", "-S", 2).out == counted
 
 
 def segment(packets, spacing, header=5):
@@ -88,9 +94,12 @@ def test_late_data_is_an_underrun_and_no_complaint(board, tmp_path):
     before = int(underruns.read_text())
     (tmp_path / "one").write_bytes(segment(ts.made_up(20), 2700))
     (tmp_path / "two").write_bytes(2 * segment(ts.made_up(20), 2700))
-    channel, pause = "/dev/zebtsif_pktio_tx2", "sleep 0.2"
-    script = f"cd {tmp_path}; (cat one; {pause}; cat two) > {channel}; {pause}; cat one > {channel}"
-    assert board.sh(script).status == 0
+    channel = "/dev/zebtsif_pktio_tx2"
+    all_gone = "until [[ $(zeb_fpga_shell read32 -d router -o 1029) == *0x00000014* ]]; do sleep 0.01; done"
+    assert board.sh(f"cd {tmp_path}; (cat one; {all_gone}; cat two) > {channel}").status == 0
+    wait_until(lambda: board.words(PIDLUT, 1024 + 5, 1) == [60])
+    board.settle()  # it knows that this sender has ended
+    assert board.sh(f"cat {tmp_path}/one > {channel}").status == 0
     wait_until(lambda: board.words(PIDLUT, 1024 + 5, 1) == [80])
     wait_until(lambda: int(underruns.read_text()) > before)
     assert int(underruns.read_text()) == before + 1
@@ -112,17 +121,22 @@ def feed(folder, file, script, *options):
     return ts.packets_of((folder / "dev/zebtsif_outputs/modulator1.ts").read_bytes())
 
 
+def until_left(packets):
+    """Waits until so many packets have left."""
+    size = f"$(stat -c %s /dev/zebtsif_outputs/modulator1.ts 2>/dev/null)"
+    return f"until [[ {size} -ge {packets * ts.TS} ]]; do sleep 0.01; done"
+
+
 def test_fast_feed_goes_once_and_whole(tmp_path):
     sent = ts.made_up(20000)
-    size = len(sent) * ts.TS
-    script = f"until [[ $(stat -c %s /dev/zebtsif_outputs/modulator1.ts 2>/dev/null) -ge {size} ]]; do sleep 0.01; done"
-    assert feed(tmp_path / "board", write(tmp_path / "sent.ts", sent), script, "--fast") == sent
+    assert feed(tmp_path / "board", write(tmp_path / "sent.ts", sent), until_left(len(sent)), "--fast") == sent
 
 
 def test_paced_feed_loops_without_a_seam(tmp_path):
     sent = ts.made_up(2998, ticks=2700)  # 0.3 s
-    came = feed(tmp_path / "board", write(tmp_path / "sent.ts", sent), "sleep 1")
-    assert 6000 < len(came) < 12000
+    begun = time.monotonic()
+    came = feed(tmp_path / "board", write(tmp_path / "sent.ts", sent), until_left(6000))
+    assert 6000 <= len(came) < (time.monotonic() - begun) * 27e6 / 2700 + 10, "some were not due yet"
     start = sent.index(next(packet for packet in sent if packet.data[-170:] == came[0].data[-170:]))
     assert [packet.data[-170:] for packet in came] == [
         sent[(start + index) % len(sent)].data[-170:] for index in range(len(came))
@@ -158,13 +172,28 @@ GROUP_IN, GROUP_OUT = ["239.1.1.1", 1234], ["239.2.2.2", 5000]
 ROUTE_NETWORK = ["wriplut -t 9 -i 239.1.1.1 -p 1234", "wrpidlut -t 9 -p 0x100 -P 7 -O", "wropidmap -P 7 -t 3 -p 0x200"]
 
 
-def exchange(board, folder, send, receive, quiet=0.3):
-    """Sends datagrams, (group, port, bytes), and answers what came to each of the groups of `receive`."""
-    task = {"send": [[group, port, data.hex()] for (group, port), data in send], "receive": receive, "quiet": quiet}
+def joined(board):
+    """The groups that the board receives, as the IP LUT writes them."""
+    sockets = re.findall(r"^ *\d+: ([0-9A-F]{8}):([0-9A-F]{4}) ", board.sh("cat /proc/net/udp").out, re.MULTILINE)
+    groups = {(ipaddress.ip_address(bytes.fromhex(ip)[::-1]), int(port, 16)) for ip, port in sockets}
+    return {f"IP:{ip}, UDP_PORT:{port:05}" for ip, port in groups if ip.is_multicast}
+
+
+def exchange(board, folder, send, packets):
+    """Sends datagrams, ((group, port), bytes), of which so many packets must come; answers what came to GROUP_OUT."""
+    wanted = {row.split(" ", 2)[2].split(", TSIIDX")[0] for row in board.run("riplut", "-a").out.splitlines()}
+    wait_until(lambda: joined(board) == wanted)
+    task = {
+        "send": [[group, port, data.hex()] for (group, port), data in send],
+        "receive": [GROUP_OUT],
+        "packets": [packets],
+        "patience": TIMEOUT / 2,
+        "quiet": 0.1,
+    }
     (folder / "task").write_text(json.dumps(task))
     result = board.execute([sys.executable, TRAFFIC, folder / "task"])
     assert (result.status, result.err) == (0, "")
-    return [[bytes.fromhex(datagram) for datagram in datagrams] for datagrams in json.loads(result.out)]
+    return [bytes.fromhex(datagram) for datagram in json.loads(result.out)[0]]
 
 
 def datagrams_of(packets, head=b"", tail=b""):
@@ -191,22 +220,26 @@ def test_multicast_in_and_out(net_board, tmp_path, kind, out):
     sent = ts.made_up(310)
     program(net_board, *ROUTE_NETWORK, f"wripoutmap -t 3 -i 239.2.2.2 -p 5000 {out}")
     send = [(GROUP_IN, datagram) for datagram in datagrams_of(sent, **IN_KINDS[kind])]
-    (came,) = exchange(net_board, tmp_path, send, [GROUP_OUT])
+    expected = only(sent, 0x100, 0x200)
+    came = exchange(net_board, tmp_path, send, len(expected))
     size = 12 if out else 0
-    assert b"".join(datagram[size:] for datagram in came) == ts.join(only(sent, 0x100, 0x200))
-    assert [len(datagram) for datagram in came[:-1]] == [size + 7 * ts.TS] * (len(came) - 1)
+    assert b"".join(datagram[size:] for datagram in came) == ts.join(expected)
+    # Fewer only when the next packets were late.
+    assert max(len(datagram) for datagram in came) == size + 7 * ts.TS
     if out:
         heads = [struct.unpack(">BBHII", datagram[:12]) for datagram in came]
         assert {head[:2] + head[4:] for head in heads} == {(0x80, 33, heads[0][4])}
         assert [head[2] for head in heads] == [(heads[0][2] + index) % 65536 for index in range(len(came))]
-        assert all((after[3] - before[3]) % 2**32 < 90000 for before, after in zip(heads, heads[1:]))
+        assert all((after[3] - before[3]) % 2**32 < 2**31 for before, after in zip(heads, heads[1:]))  # never back
 
 
 def test_groups_follow_the_active_table(net_board, tmp_path):
     """Moved, removed, and with a neighbour that differs in the port alone."""
-    sent = ts.made_up(70, pids=[0x100])
+    made = ts.made_up(210, pids=[0x100])
+    streams = [made[:70], made[70:140], made[140:]]
     program(net_board, *ROUTE_NETWORK, "wripoutmap -t 3 -i 239.2.2.2 -p 5000")
     addresses = [GROUP_IN, ["239.1.1.1", 1235], ["239.1.1.2", 1234]]
+    send = [(address, data) for address, sent in zip(addresses, streams) for data in datagrams_of(sent)]
     for command, heard in [
         ("wriplut -t 9 -i 239.1.1.1 -p 1235", 1),
         ("wriplut -t 9 -i 239.1.1.2 -p 1234", 2),
@@ -214,9 +247,9 @@ def test_groups_follow_the_active_table(net_board, tmp_path):
         ("clriplut", None),
     ]:
         program(net_board, command)
-        send = [(address, data) for data in datagrams_of(sent) for address in addresses]
-        (came,) = exchange(net_board, tmp_path, send, [GROUP_OUT], quiet=0.15)
-        assert len(came) == (0 if heard is None else len(datagrams_of(sent))), command
+        expected = [] if heard is None else streams[heard]
+        came = exchange(net_board, tmp_path, send, len(expected))
+        assert b"".join(came) == ts.join(only(expected, 0x100, 0x200)), command
 
 
 def test_datagrams_without_ts_are_reported_and_dropped(net_board, tmp_path):
@@ -226,10 +259,11 @@ def test_datagrams_without_ts_are_reported_and_dropped(net_board, tmp_path):
     bad = [b"", b"text", good[:-1], good + b"\0", rtp(0) + good[1:], rtp(0x10, b"\0\0\xff\xff") + good,
            rtp(0x20) + good + b"\xff", rtp(0x0F), bytes(188)]  # fmt: skip
     send = [(GROUP_IN, datagram) for wrong in bad for datagram in (good, wrong)]
-    (came,) = exchange(net_board, tmp_path, send, [GROUP_OUT])
-    assert len(came) == len(bad)
+    begun = time.monotonic()
+    came = exchange(net_board, tmp_path, send, len(bad) * 7)
+    assert b"".join(came) == len(bad) * ts.join(only(sent[:7], 0x100, 0x200))
     complaints = net_board.new_complaints()
-    assert 1 <= len(complaints) <= 3  # one a second at most
+    assert 1 <= len(complaints) <= time.monotonic() - begun + 1  # one a second at most
     assert complaints[0] == "1 datagrams to 239.1.1.1:1234 are no transport stream; the last has 0 bytes"
 
 
@@ -242,7 +276,7 @@ def test_the_network_is_the_boards_own(net_board, tmp_path):
                              stdout=subprocess.PIPE, env=environment())  # fmt: skip
     assert other.stdout.readline() == b"ready\n"
     sent = ts.made_up(70, pids=[0x100])
-    (came,) = exchange(net_board, tmp_path, [(GROUP_IN, data) for data in datagrams_of(sent)], [GROUP_OUT])
+    came = exchange(net_board, tmp_path, [(GROUP_IN, data) for data in datagrams_of(sent)], len(sent))
     assert b"".join(came) == ts.join(only(sent, 0x100, 0x200))  # once, not twice
     other.communicate(b"\n", timeout=TIMEOUT)
     assert other.returncode == 0
@@ -305,7 +339,7 @@ def test_the_board_complains_and_goes_on(net_board, tmp_path, act, complaint):
 SWITCHES = """
     zeb_fpga_shell wrtspackets -q -l -i 5 -C 3 -f {stream} > {summary} & sender=$!
     end=$((SECONDS + {seconds})) edits=0 imports=0
-    while (( SECONDS < end )); do
+    while (( SECONDS < end || edits < 20 )); do
         zeb_fpga_shell imptabs -f {one} && zeb_fpga_shell imptabs -f {other} && (( imports += 2 )) || exit 1
         for round in 1 2 3 4 5; do
             zeb_fpga_shell wrpidlut -t 2 -p $round -P 3 -O && zeb_fpga_shell wrpidlut -t 5 -p 0x100 -P 20 -O &&
@@ -337,7 +371,7 @@ def test_no_packet_is_routed_by_a_half_written_table(board, tmp_path):
     assert (result.status, result.err) == (0, "")
     edits, imports = map(int, result.out.split())
     print(f"{edits} edits, {imports} imports")
-    assert edits >= 20 and imports >= 2  # thousands and hundreds on an idle machine
+    assert edits >= 20 and imports >= 2
     count = int((tmp_path / "summary").read_text().split()[1])
     wait_until(lambda: board.words(PIDLUT, 1024 + 5, 1) == [count % 2**18])
     routed = ts.packets_of(board.output("modulator0", (count + 2) // 3))

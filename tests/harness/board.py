@@ -16,12 +16,13 @@ BUILD = Path(os.environ.get("ZEB_BUILD_DIR", REPO / "build" / "dev")).resolve()
 TOOL = BUILD / "util" / "fpga_shell" / "zeb_fpga_shell"
 MODEL = BUILD / "util" / "virtual_board" / "zeb_virtual_board"
 SPI = BUILD / "util" / "virtual_board" / "spi" / "zeb_virtual_board_spi"
-TIMEOUT = 30  # seconds; far more than any command takes, sanitizers included
+TIMEOUT = 120  # seconds; far more than any command takes, sanitizers and a busy machine included
 
 PIDLUT = "zebtsif_pidlut"
 IPLUT = "zebtsif_iplut"
 PKTIO = "zebtsif_pktio_dbg"
 SCM = "scm"
+PORT_FREE = 32  # word of the packet port; the board sets it whenever it looks
 SIZES = {PIDLUT: 0x20000, IPLUT: 0x4000, PKTIO: 0x1000, SCM: 0x4000}  # bytes
 
 
@@ -105,6 +106,12 @@ class Board:
     def path(self, name):
         """Where the test finds the memory of a device, or an attribute file by its path below "/"."""
         return self.folder / (name if "/" in name else f"dev/{name}")
+
+    def settle(self):
+        """Waits until the board has looked at everything once more: at what senders left, and whether they are gone."""
+        for _ in range(2):  # the first look may have been half over
+            self.poke(PKTIO, PORT_FREE, 0)
+            wait_until(lambda: self.words(PKTIO, PORT_FREE, 1) == [1])
 
     def reset(self):
         """As after a reset of the FPGA. The devices' files stay the same ones: the sandbox holds them."""

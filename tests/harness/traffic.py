@@ -1,8 +1,8 @@
 """Runs in a board's private network: traffic.py FILE sends and receives datagrams as the JSON object in FILE says.
 
-{"send": [[group, port, hexadecimal bytes], ...], "receive": [[group, port], ...], "quiet": seconds}; it ends when
-nothing has come for that long after the last was sent. The answer, on standard output, is a list of what came for each
-of "receive".
+{"send": [[group, port, hexadecimal bytes], ...], "receive": [[group, port], ...], "packets": [number, ...], "patience":
+seconds, "quiet": seconds}; it ends once so many TS packets have come for each of "receive", or patience is at an end,
+and nothing more has come for a quiet time. The answer, on standard output, is a list of what came for each.
 """
 
 import json
@@ -13,6 +13,7 @@ import sys
 import time
 
 PAUSE_EVERY = 50  # datagrams
+TS = 188
 
 
 def join(group, port):
@@ -23,6 +24,10 @@ def join(group, port):
     receiver.setsockopt(socket.IPPROTO_IP, socket.IP_ADD_MEMBERSHIP, struct.pack("4sI", socket.inet_aton(group), 0))
     receiver.setblocking(False)
     return receiver
+
+
+def packets_in(datagrams):
+    return sum(len(datagram) // 2 // TS for datagram in datagrams)  # an RTP header is shorter than a packet
 
 
 def main():
@@ -47,6 +52,9 @@ def main():
             pass
         if number % PAUSE_EVERY == PAUSE_EVERY - 1:
             time.sleep(0.002)
+    deadline = time.monotonic() + task["patience"]
+    while any(packets_in(each) < due for each, due in zip(came, task["packets"])) and time.monotonic() < deadline:
+        receive(0.1)
     while receive(task["quiet"]):
         pass
     json.dump(came, sys.stdout)
