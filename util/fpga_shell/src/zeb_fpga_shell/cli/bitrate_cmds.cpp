@@ -9,6 +9,7 @@
 
 #include <array>
 #include <fstream>
+#include <iostream>
 #include <ostream>
 #include <utility>
 
@@ -104,7 +105,7 @@ int TSOTSIBitRateMeas::doFpgaCommand(Options& options, std::ostream& out, std::i
 {
     const std::chrono::milliseconds time = sampleTime(options, "sample_time");
     const bool all = options.count("all") != 0;
-    StreamRates rates(getMemIf(), m_Timing.now);
+    StreamRates rates(getMemIf(), m_Timing);
     if (all)
         rates.selectAll();
     else
@@ -115,11 +116,11 @@ int TSOTSIBitRateMeas::doFpgaCommand(Options& options, std::ostream& out, std::i
     const StreamRates::Style style{
         .unit = options.count("force_bitsprsec") != 0 ? RateUnit::PLAIN_BITS : RateUnit::SCALED, .onlyActive = all};
     do {
-        rates.begin();
-        if (!m_Timing.wait(time, [this] { return stopRequested(); }))
+        if (!rates.measure(time, [this] { return stopRequested(); }))
             break;
-        rates.end();
         rates.print(out, style);
+        if (const std::string doubt = rates.doubt(); !doubt.empty())
+            std::cerr << "Note: " << doubt << std::endl;
     } while (options.count("continuous") != 0 && !stopRequested() && out);
     return 0;
 }

@@ -1,19 +1,20 @@
 #pragma once
 
 #include "zeb_fpga_shell/pktio/bit_rate.h"
+#include "zeb_fpga_shell/pktio/timing.h"
 
-#include <osl/userspace_drivers/interfaces/imemif.h>
+#include <osl/userspace_drivers/drivers/zeb/ts/counters/packetcounters.h>
 
 #include <chrono>
 #include <cstdint>
 #include <functional>
 #include <iosfwd>
+#include <string>
 #include <vector>
 
 namespace Osl::Utils {
 
-/// Packet counts of stream inputs (TSI) and outputs (TSO) over a stretch of time, from the FPGA's counters of 18 bits.
-/// One wrap of a counter in that time is no harm.
+/// Bit rates of stream inputs (TSI) and outputs (TSO) over a stretch of time, from the FPGA's packet counters.
 class StreamRates
 {
 public:
@@ -24,7 +25,7 @@ public:
     };
 
     /// `mem`, the PID handling block, must outlive this object.
-    StreamRates(Drivers::IMemIf& mem, std::function<std::chrono::steady_clock::time_point()> now);
+    StreamRates(Drivers::IMemIf& mem, Timing timing);
 
     /// The inputs, then the outputs, each in the order given; raises OutOfRangeError for indices above 255.
     void select(const std::vector<uint32_t>& tsis, const std::vector<uint32_t>& tsos);
@@ -32,31 +33,25 @@ public:
     void selectAll();
     bool empty() const { return m_Streams.empty(); }
 
-    void begin(); ///< takes the first sample of every stream
-    void end();   ///< takes the second
+    /// Measures for `time`; false when `stopped` ended it before.
+    bool measure(std::chrono::milliseconds time, const std::function<bool()>& stopped);
     /// One line a stream; the lines of a measurement go out together.
     void print(std::ostream& out, const Style& style) const;
+    /// Why rates of the measurement may be too low, as when the program was suspended; empty when they are exact.
+    std::string doubt() const;
 
 private:
-    struct Sample
-    {
-        uint32_t count = 0;
-        std::chrono::steady_clock::time_point time;
-    };
     struct Stream
     {
-        const char* kind = nullptr;
-        uint32_t index = 0;
-        uint32_t counterWord = 0;
-        Sample first, second;
+        const char* kind;
+        uint32_t index;
     };
 
     void add(const char* kind, uint32_t index, uint32_t firstCounterWord);
-    Sample take(const Stream& stream) const;
 
-    Drivers::IMemIf& m_Mem;
-    std::function<std::chrono::steady_clock::time_point()> m_Now;
-    std::vector<Stream> m_Streams;
+    Timing m_Timing;
+    Drivers::Zeb::PacketCounters m_Counters;
+    std::vector<Stream> m_Streams; ///< one for each counter, in the same order
 };
 
 } // namespace Osl::Utils

@@ -9,7 +9,7 @@ using Clock = std::chrono::steady_clock;
 
 Timing Timing::real()
 {
-    return {.now = &Clock::now, .wait = [](std::chrono::milliseconds duration, const std::function<bool()>& stopped) {
+    return {.now = &Clock::now, .wait = [](Duration duration, const std::function<bool()>& stopped) {
                 constexpr std::chrono::milliseconds SLICE(20);
                 const Clock::time_point end = Clock::now() + duration;
                 for (auto time = Clock::now(); time < end && !stopped(); time = Clock::now())

@@ -15,7 +15,7 @@ public:
     {
         return {.now = [this] { return time; },
                 .wait =
-                    [this](std::chrono::milliseconds duration, const std::function<bool()>& stopped) {
+                    [this](Utils::Timing::Duration duration, const std::function<bool()>& stopped) {
                         time += duration;
                         onWait();
                         return !stopped();
