@@ -34,7 +34,7 @@ bool parseOctets(const std::string& text, char separator, int base, std::size_t 
 IpAdrContainer::IpAdrContainer(const std::vector<uint8_t>& octets) : m_Value(0)
 {
     if (octets.size() != OCTETS)
-        OSL_RAISE(OutOfRangeError, fmt::format("Octet vector has invalid size ({} expected 4", octets.size()));
+        OSL_RAISE(OutOfRangeError, fmt::format("Octet vector has invalid size ({}) expected 4", octets.size()));
     for (std::size_t i = 0; i < OCTETS; ++i)
         m_Value |= uint32_t{octets[i]} << 8 * i;
 }

@@ -34,7 +34,7 @@ TEST(IpAdrContainerTest, RefusesEverythingButFourOctetsInDots)
     EXPECT_THAT(failureOf<OutOfRangeError>([] { (void)IpAdrContainer(0).octet(4); }),
                 StartsWith("Out of Range Error: Octet index (4) out of range.("));
     EXPECT_THAT(failureOf<OutOfRangeError>([] { (void)IpAdrContainer(std::vector<uint8_t>(5)); }),
-                StartsWith("Out of Range Error: Octet vector has invalid size (5 expected 4("));
+                StartsWith("Out of Range Error: Octet vector has invalid size (5) expected 4("));
 }
 
 TEST(IpAdrContainerTest, MulticastIsTheRangeFrom224To239)
