@@ -32,6 +32,8 @@ PciIf::~PciIf() { close(); }
 
 void PciIf::open()
 {
+    if (isOpen())
+        return;
     const int descriptor = ::open(m_Path.c_str(), O_RDWR | O_CLOEXEC);
     if (descriptor == -1)
         OSL_RAISE(PciError,

@@ -65,6 +65,23 @@ TEST(PciIfTest, AccessNeedsAnOpenAndMappedDevice)
                 StartsWith("PCI Error: Cannot access device memory. Device " + device.path() + " is not open.("));
 }
 
+TEST(PciIfTest, OpeningAnOpenDeviceTakesNoFurtherDescriptor)
+{
+    const TempFile device(0x1000);
+    const auto lowestFree = [] {
+        const int descriptor = ::dup(STDERR_FILENO);
+        ::close(descriptor);
+        return descriptor;
+    };
+    const int before = lowestFree();
+    {
+        PciIf mem(device.path(), 0x1000, 0);
+        mem.open();
+        EXPECT_EQ(mem.read32(0), 0U);
+    }
+    EXPECT_EQ(lowestFree(), before);
+}
+
 TEST(PciIfTest, SizesThatReadAsNegativeGiveNoAccess)
 {
     const TempFile device(size_t{1} << 31);
