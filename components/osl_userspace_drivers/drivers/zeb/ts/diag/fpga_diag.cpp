@@ -4,6 +4,8 @@
 
 #include <array>
 #include <atomic>
+#include <iterator>
+#include <utility>
 
 namespace Osl::Drivers::Zeb {
 namespace {
@@ -51,20 +53,20 @@ void importTables(IMemIf& pidMemory, IMemIf& ioMemory, std::span<const uint8_t> 
     if (crc32Mpeg2(tables) != toWords(bytes.subspan(tables.size())).front())
         OSL_RAISE(CppUtil::InvalidArgumentError, "Invalid data (incorrect CRC) given to import tables");
 
-    auto rest = tables;
+    const std::vector<uint32_t> data = toWords(bytes);
+    auto data_it = data.begin();
     for (const TableLayout* table : SECTIONS) {
         IMemIf& memory = table->block == TableBlock::PID ? pidMemory : ioMemory;
         const uint32_t base = table->spare(bankControl(memory, *table));
-        const auto section = rest.first(table->words() * sizeof(uint32_t));
-        memory.writeBlock32(base, toWords(section));
-        rest = rest.subspan(section.size());
+        const auto section = std::exchange(data_it, data_it + table->words());
+        memory.writeBlock32(base, {section, data_it});
         if (table->bankWord != NO_BANK_WORD) {
             // The FPGA must see the whole table before it is told to use it.
             std::atomic_thread_fence(std::memory_order_seq_cst);
             switchBank(memory, *table);
         }
     }
-    OSL_ASSERT(rest.empty());
+    OSL_ASSERT(std::distance(data_it, data.end()) == 1); // the CRC
 }
 
 } // namespace Osl::Drivers::Zeb

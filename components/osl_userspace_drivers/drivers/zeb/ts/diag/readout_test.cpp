@@ -198,6 +198,21 @@ TEST(ReadOutTest, ADeviceThatFailsHalfWayLeavesTheLinesBefore)
     EXPECT_THAT(printed, testing::EndsWith("FILTIDX:000\n"));
 }
 
+TEST(ReadOutTest, AStreamThatRaisesEndsTheReadOutWithItsError)
+{
+    for (const uint32_t rows : {1U, 2048U}) { // with the last piece, and before
+        Block block;
+        struct : std::streambuf
+        {
+        } takesNothing;
+        std::ostream out(&takesNothing);
+        out.exceptions(std::ios::badbit | std::ios::failbit);
+        EXPECT_THROW(printPidLut(block, 0, rows, ACTIVE, ALL, out), std::ios::failure);
+        block.failAtAccess(1 + 2);
+        EXPECT_THROW(printPidLut(block, 0, 2048, ACTIVE, ALL, out), Osl::Drivers::DevMemError);
+    }
+}
+
 TEST(PortNamesTest, NamesLeadToTheirIndicesAndGapsStayGaps)
 {
     EXPECT_THAT((std::array{physicalInputs().size(), physicalOutputs().size(), mediaPlayers().size()}),

@@ -68,13 +68,21 @@ void visitRows(IMemIf& memory, const TableLayout& table, const RowSelection& sel
     }
 }
 
-/// The lines of a read-out. They go on in large pieces, since thousands of single writes take as long as the read-out
-/// itself, the last at its end, whatever ends it: a device that fails later must not take lines before with it.
+/// The lines of a read-out. They go on, and are flushed, in large pieces, since thousands of single writes take as long
+/// as the read-out itself.
 class GatheredLines
 {
 public:
     explicit GatheredLines(std::ostream& out) : m_Out(out) {}
-    ~GatheredLines() { handOn(); }
+    /// A device that fails must not take the lines before with it. They are all that can be saved then: the failure is
+    /// on its way already, and a stream that raises as well has nobody to tell.
+    ~GatheredLines()
+    {
+        try {
+            handOn();
+        } catch (...) { // NOLINT(bugprone-empty-catch)
+        }
+    }
     GatheredLines(const GatheredLines&) = delete;
     GatheredLines& operator=(const GatheredLines&) = delete;
 
@@ -87,14 +95,16 @@ public:
             handOn();
     }
 
-private:
-    static constexpr std::size_t PIECE = 16384;
-
+    /// Hands on what is left; raises what the stream raises.
     void handOn()
     {
-        m_Out.write(m_Lines.data(), static_cast<std::streamsize>(m_Lines.size())).flush();
-        m_Lines.clear();
+        const std::size_t size = m_Lines.size();
+        m_Lines.clear(); // before the stream raises; the characters stay where they are
+        m_Out.write(m_Lines.data(), static_cast<std::streamsize>(size)).flush();
     }
+
+private:
+    static constexpr std::size_t PIECE = 16384;
 
     std::ostream& m_Out;
     LineBuffer m_Lines;
@@ -110,6 +120,7 @@ void printTable(IMemIf& memory, const TableReadOut<Entry>& readOut, const RowSel
                          readOut.formatFields(lines.buffer(), row, entry);
                          lines.endLine();
                      });
+    lines.handOn();
 }
 
 template <class Entry, class IsUnused>

@@ -45,8 +45,8 @@ public:
     std::string getName() const override;
     std::string getDescription() const override;
     virtual void reset();
-    std::size_t getCustomHeaderLength() const { return HEADER_SIZE; }
-    std::size_t getCustomPacketLength() const { return TOTAL_PKT_SIZE; }
+    virtual std::size_t getCustomHeaderLength() const { return HEADER_SIZE; }
+    virtual std::size_t getCustomPacketLength() const { return TOTAL_PKT_SIZE; }
 
     /// Stores a record in the 48 words at `pBuffer` and answers true; false when none came within `timeout` pauses, 0
     /// being a single look. Over a stream the time-out is the stream's own, and what is no whole record counts as none.
