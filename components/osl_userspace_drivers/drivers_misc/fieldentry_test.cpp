@@ -4,6 +4,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <utility>
+
 using namespace Osl::Drivers::Misc;
 using testing::ElementsAre;
 
@@ -20,12 +22,12 @@ TEST(BitFieldTest, LayoutIsSoundWhenFieldsKeepToTheWordsAndToThemselves)
 
 namespace {
 
-/// Counts how often it is packed, and refuses the word 0.
-class CountingEntry final : public SerilizeableEntry<uint32_t>
+/// A kind of row of a user's own: counts how often it is packed, and refuses the word 0.
+class CountingEntry : public SerilizeableEntry<uint32_t>
 {
 public:
     CountingEntry() : SerilizeableEntry(1) {}
-    void serialize() const override
+    void serialize() override
     {
         m_Words[0] = m_Value;
         ++packed;
@@ -42,7 +44,7 @@ public:
         setDirty();
     }
 
-    mutable int packed = 0;
+    int packed = 0;
 
 private:
     uint32_t m_Value = 1;
@@ -81,6 +83,26 @@ TEST(SerilizeableEntryTest, WordsThatHoldNoRowBecomeStuffing)
     EXPECT_THAT(entry.getWords(), ElementsAre(7));
     entry.setFromWords({0});
     EXPECT_THAT(entry.getWords(), ElementsAre(99));
+}
+
+TEST(SerilizeableEntryTest, WordsAreThereFromTheStartAlsoInCopies)
+{
+    const auto packsAndDecodesAtOnce = [](auto entry) { // a copy
+        auto copy = entry;
+        EXPECT_TRUE(copy.deserialize() || copy.getWordCount() == 1) << "all zero";
+        copy = entry;
+        copy.serialize();
+        entry.serialize();
+        EXPECT_TRUE(entry.deserialize());
+        return entry.getWords() == copy.getWords();
+    };
+    EXPECT_TRUE(packsAndDecodesAtOnce(CountingEntry()));
+    EXPECT_TRUE(packsAndDecodesAtOnce(LampEntry()));
+    CountingEntry from;
+    from.set(5);
+    CountingEntry to = std::move(from);
+    EXPECT_THAT(to.getWords(), ElementsAre(5));
+    from.serialize(); // NOLINT(bugprone-use-after-move): an entry keeps its words
 }
 
 TEST(FieldEntryDeathTest, AValueThatItsFieldCannotHoldIsNeverCutDown)

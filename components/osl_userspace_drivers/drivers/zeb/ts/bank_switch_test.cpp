@@ -31,13 +31,13 @@ void fill(FailingBoard& board)
 
 void writePidLut(FailingBoard& board)
 {
-    static const PidLutImage image = [] {
-        PidLutImage rows;
+    static const PidLutEntries rows = [] {
+        PidLutEntries entries;
         for (uint32_t row = 0; row < 1500; ++row)
-            rows.insert(PidLutEntry(row / 100, row % 100, 7, 255, true, false));
-        return rows;
+            entries.try_emplace({row / 100, row % 100}, row / 100, row % 100, 7, 255, true, false);
+        return entries;
     }();
-    PidLutMapDriver(borrowed(board.pid)).writePidLut(image);
+    PidLutMapDriver(borrowed(board.pid)).writePidLut(rows);
 }
 
 void clearPidLut(FailingBoard& board) { PidLutMapDriver(borrowed(board.pid)).clearPidLut(); }

@@ -28,19 +28,14 @@ std::string PidLutMapDriver::getDescription() const
     return "Top level driver for the ZEB transport stream PID handling LUT/MAP FPGA implemented hardware.";
 }
 
-void PidLutMapDriver::writePidLut(const PidLutImage& entries)
+void PidLutMapDriver::writePidLut(const PidLutEntries& entries)
 {
     if (entries.size() > PID_LUT.rows)
         OSL_RAISE(ZebDriverError, fmt::format("API error: Invalid length of list containing PidLut entries. List is {} "
                                               ".ZEBTSIF FPGA supports a maximum of {}.",
                                               entries.size(), PID_LUT.rows));
-    std::vector<uint32_t> words; // one place for all rows
     fillSpareBank<PidLutEntry>(
-        *m_Memory, PID_LUT, entries,
-        [&words](const PidLutImage::Row& row) -> const auto& {
-            words.assign(row.begin(), row.end());
-            return words;
-        },
+        *m_Memory, PID_LUT, entries, [](const auto& row) -> const auto& { return row.second.getWords(); },
         [this](uint32_t offset, const auto& row) { writeRow(offset, row); });
     switchBank(*m_Memory, PID_LUT);
     barrier();

@@ -30,12 +30,12 @@ const Words PID_STUFFING{0x001FFFFF, 0xFF000FFF};
 const Words IP_STUFFING{0, 0x00FFFFFF};
 const std::string DRIVER_ERROR = "Driver (user space) error: ZEB Driver (user space) error: ";
 
-PidLutImage pidLut(uint32_t rows)
+PidLutEntries pidLut(uint32_t rows)
 {
-    PidLutImage image;
-    for (uint32_t row = rows; row-- > 0;) // from the top: the image, not the caller, brings the order
-        image.insert(PidLutEntry(row / 100, row % 100, 7, 255, true, false));
-    return image;
+    PidLutEntries entries;
+    for (uint32_t row = 0; row < rows; ++row)
+        entries.try_emplace({row / 100, row % 100}, row / 100, row % 100, 7, 255, true, false);
+    return entries;
 }
 
 std::list<IpInEntry> ipLut(uint32_t rows)
@@ -104,11 +104,8 @@ TEST_F(TableDriversTest, BanksAreFilledRowByRowInOrderAndThenSwitched)
         m_PidMem->words[PID_CONTROL] = m_IoMem->words[IO_CONTROL] = control;
         m_PidMem->log.clear();
         m_IoMem->log.clear();
-        PidLutImage image;
-        image.insert(PidLutEntry(3, 0x100, 9, 255, false, true));
-        image.insert(PidLutEntry(2, 0x200, 8, 1, true, false));
-        image.insertOrAssign(PidLutEntry(3, 0x100, 7, 255, false, true));
-        m_Pid.writePidLut(image);
+        m_Pid.writePidLut({{{3, 0x100}, PidLutEntry(3, 0x100, 7, 255, false, true)},
+                           {{2, 0x200}, PidLutEntry(2, 0x200, 8, 1, true, false)}});
         EXPECT_EQ(m_PidMem->log, bankWrite(PID_CONTROL, control, control % 2 == 0 ? 12288 : 8192, 2048,
                                            {{0x00004200, 0x01001008}, {0x00006100, 0xFF002007}}, PID_STUFFING));
         m_Io.writeIpInLut({IpInEntry(2, "239.0.0.1", 200), IpInEntry(1, "239.0.0.2", 100)});

@@ -108,19 +108,19 @@ void writePidLut(const Options& options, const Memory& memory, std::ostream&)
     entry.setTSIIDX(tsiIdx);
     entry.setPID(pid);
 
-    PidLutImage image = getPidLutImage(*memory);
+    PidLutEntries entries = getPidLutEntries(*memory);
     if (!isClear(options)) {
         entry.setPIDIDX(numberOf(options, "pididx"));
         entry.setFiltTabIDX(numberOf(options, "filtidx"));
         entry.setOutRoute(isGiven(options, "route_output"));
         entry.setCpuRoute(isGiven(options, "route_cpu"));
-        image.insertOrAssign(entry);
+        entries.insert_or_assign({tsiIdx, pid}, entry);
     } else if (pid == NO_PID) {
-        image.eraseTsi(tsiIdx);
+        std::erase_if(entries, [tsiIdx](const auto& row) { return row.first.first == tsiIdx; });
     } else {
-        image.erase(tsiIdx, pid);
+        entries.erase({tsiIdx, pid});
     }
-    driver.writePidLut(image);
+    driver.writePidLut(entries);
 }
 
 void writeIpLut(const Options& options, const Memory& memory, std::ostream&)

@@ -65,12 +65,15 @@ std::list<PidLutEntry> getPidLut(IMemIf& memory, uint32_t offset, uint32_t count
     return getTable<PidLutEntry>(memory, PID_LUT, {offset, count, inactive, showAll}, routesNowhere);
 }
 
-PidLutImage getPidLutImage(IMemIf& memory)
+PidLutEntries getPidLutEntries(IMemIf& memory)
 {
-    PidLutImage image;
+    PidLutEntries entries;
     visitRows<PidLutEntry>(memory, PID_LUT, {0, PID_LUT.rows, false, false}, routesNowhere,
-                           [&image](uint32_t, uint32_t, const PidLutEntry& entry) { image.insert(entry); });
-    return image;
+                           [&entries](uint32_t, uint32_t, const PidLutEntry& entry) {
+                               // The rows come in order: with the end as a hint each takes its place at once.
+                               entries.try_emplace(entries.end(), {entry.getTSIIDX(), entry.getPID()}, entry);
+                           });
+    return entries;
 }
 
 bool getActivePidLutBank(IMemIf& memory) { return activeBank(memory, PID_LUT); }

@@ -28,7 +28,7 @@ class FieldEntry : public SerilizeableEntry<uint32_t>
 public:
     static constexpr std::size_t TOT_WORDS = ROW_WORDS;
 
-    void serialize() const final
+    void serialize() final
     {
         std::fill(m_Words.begin(), m_Words.end(), 0);
         forEachField([this](auto i) { LAYOUT[i].put(m_Words, m_Values[i]); });

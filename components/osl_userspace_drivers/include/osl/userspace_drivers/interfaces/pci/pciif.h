@@ -21,7 +21,7 @@ public:
     PciIf(const PciIf&) = delete;
     PciIf& operator=(const PciIf&) = delete;
 
-    /// Opens the device for reading and writing.
+    /// Opens the device for reading and writing; does nothing when it is open already.
     void open();
     /// Maps the device; does nothing when it is closed or mapped already. A regular file that ends before the mapping
     /// would is refused, since its missing pages could not be accessed.

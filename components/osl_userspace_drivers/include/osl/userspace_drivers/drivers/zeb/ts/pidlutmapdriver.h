@@ -2,16 +2,21 @@
 
 #include <osl/userspace_drivers/drivers/basedriver.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/filtertabentry.h>
-#include <osl/userspace_drivers/drivers/zeb/ts/pidlutimage.h>
+#include <osl/userspace_drivers/drivers/zeb/ts/pidlutentry.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/pidmapentry.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/tsimapentry.h>
 #include <osl/userspace_drivers/interfaces/imemif.h>
 
 #include <cstdint>
+#include <map>
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace Osl::Drivers::Zeb {
+
+/// A whole PID LUT: its rows by (TSIIDX, PID), which is the order in which the FPGA needs them.
+using PidLutEntries = std::map<std::pair<uint32_t, uint32_t>, PidLutEntry>;
 
 /// Writes the tables of the PID handling block. Holds no table contents. Errors of the device memory pass through.
 /// One thread at a time; two processes that write the PID LUT at once corrupt the inactive bank.
@@ -30,7 +35,7 @@ public:
 
     /// Replaces the whole PID LUT: fills the inactive bank, then makes it the active one with the last write. Raises
     /// ZebDriverError, nothing written, for more than 2048 entries. If an access fails, the active bank is untouched.
-    virtual void writePidLut(const PidLutImage& entries);
+    virtual void writePidLut(const PidLutEntries& entries);
     virtual void writePidMapEntry(const PidMapEntry& entry);
     virtual void writeTsiMapEntry(const TsiMapEntry& entry);
     virtual void writeFilterTabEntry(const FilterTabEntry& entry);

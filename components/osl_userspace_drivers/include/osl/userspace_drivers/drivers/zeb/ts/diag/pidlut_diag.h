@@ -1,6 +1,6 @@
 #pragma once
 
-#include <osl/userspace_drivers/drivers/zeb/ts/pidlutimage.h>
+#include <osl/userspace_drivers/drivers/zeb/ts/pidlutmapdriver.h>
 #include <osl/userspace_drivers/interfaces/imemif.h>
 
 #include <cstdint>
@@ -9,8 +9,9 @@
 
 /// Read-out of the PID handling block's tables, straight from its memory. Rows `offset` … `offset + count - 1` are
 /// taken; rows that are not in use only with `showAll`; `inactive` selects the inactive bank where there are two. The
-/// print functions write one line a row and flush it. All raise InvalidArgumentError, before any output, for rows that
-/// the table does not have; errors of the device memory pass through, after the lines that were printed before.
+/// print functions write one line a row, and hand on and flush the lines in pieces of 16 KiB, the last at their end.
+/// All raise InvalidArgumentError, before any output, for rows that the table does not have; errors of the device
+/// memory pass through, after the lines that were printed before, and so does what a stream raises.
 namespace Osl::Drivers::Zeb {
 
 void printPidLut(IMemIf& memory, uint32_t offset, uint32_t count, bool inactive, bool showAll, std::ostream& out);
@@ -23,7 +24,7 @@ void printOPidMap(IMemIf& memory, uint32_t offset, uint32_t count, bool inactive
 std::list<PidLutEntry> getPidLut(IMemIf& memory, uint32_t offset, uint32_t count, bool inactive, bool showAll);
 
 /// The whole active bank without the rows that getPidLut() leaves out; of rows with one (TSIIDX, PID) the first.
-PidLutImage getPidLutImage(IMemIf& memory);
+PidLutEntries getPidLutEntries(IMemIf& memory);
 
 /// The bank bit as the FPGA now uses it.
 bool getActivePidLutBank(IMemIf& memory);
