@@ -64,16 +64,16 @@ void ScmDriver::insert(const ScmPidLutEntry& entry)
     // Also for an entry that would replace another: users rely on a full LUT refusing every write.
     if (entries.size() == Layout::ROWS)
         OSL_RAISE(ZebDriverError, "SCM PID LUT is full - cannot write new entry");
-    entries.insert_or_assign(keyOf(entry.scmIdx, entry.pid), entry);
+    entries.insert_or_assign(keyOf(entry.scmIdx, entry.pid), entry.word());
     replace(bankWord, entries);
 }
 
 void ScmDriver::remove(uint32_t scmIdx, uint32_t pid)
 {
-    check(isInRange(scmIdx, pid));
     const uint32_t bankWord = m_Memory.read32(Layout::BANK_WORD);
     Entries entries = readActive(bankWord);
-    entries.erase(keyOf(scmIdx, pid));
+    if (isInRange(scmIdx, pid)) // numbers out of range would give the key of another entry
+        entries.erase(keyOf(scmIdx, pid));
     replace(bankWord, entries);
 }
 
@@ -89,10 +89,11 @@ ScmDriver::Entries ScmDriver::readActive(uint32_t bankWord)
     Entries entries;
     const uint32_t base = Layout::active(bankWord);
     for (uint32_t position = 0; position < Layout::ROWS; ++position) {
-        const ScmPidLutEntry entry(m_Memory.read32(base + position));
+        const uint32_t word = m_Memory.read32(base + position);
+        const ScmPidLutEntry entry(word);
         if (entry.isEmpty())
             break;
-        entries.insert_or_assign(keyOf(entry.scmIdx, entry.pid), entry);
+        entries.insert_or_assign(keyOf(entry.scmIdx, entry.pid), word);
     }
     return entries;
 }
@@ -101,7 +102,7 @@ ScmDriver::Entries ScmDriver::readActive(uint32_t bankWord)
 void ScmDriver::replace(uint32_t bankWord, const Entries& entries)
 {
     std::vector<uint32_t> image(Layout::ROWS, Layout::EMPTY_ROW);
-    std::transform(entries.begin(), entries.end(), image.begin(), [](const auto& row) { return row.second.word(); });
+    std::transform(entries.begin(), entries.end(), image.begin(), [](const auto& row) { return row.second; });
     m_Memory.writeBlock32(Layout::inactive(bankWord), image);
     m_Memory.write32(Layout::BANK_WORD, Layout::switched(bankWord));
 }

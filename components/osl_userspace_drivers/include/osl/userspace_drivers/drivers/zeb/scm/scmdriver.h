@@ -31,7 +31,7 @@ struct ScmPidLutEntry
 
 /// The scrambler: its PID LUT, which the FPGA reads from one of two banks while the other is filled, and its common
 /// keys. The LUT is packed and sorted by scrambler, then PID. Edits that raise leave the bank in use as it was.
-/// Two processes that edit the same LUT can undo each other's edits.
+/// Two processes that edit the same LUT must keep each other out.
 class ScmDriver
 {
 public:
@@ -54,8 +54,7 @@ public:
     /// of range, ZebDriverError when the LUT is full, even if the entry would replace another.
     void insert(const ScmPidLutEntry& entry);
 
-    /// Removes the entry of a scrambler and PID; no error when there is none. Raises InvalidArgumentError when one of
-    /// the two is out of range.
+    /// Removes the entry of a scrambler and PID. No error when there is none, as for numbers that no entry can have.
     void remove(uint32_t scmIdx, uint32_t pid);
 
     /// Empties both banks; the bank in use stays in use. A failure half-way leaves the entries in use either all there
@@ -66,7 +65,9 @@ public:
     void writeKey(const ScmKeySlot& slot, const ScmKey& key);
 
 private:
-    using Entries = std::map<uint32_t, ScmPidLutEntry>; ///< by scrambler and PID, in the order of the LUT
+    /// Words by scrambler and PID, in the order of the LUT. Whole words, since edits of one entry must not touch the
+    /// bits without a name of the others.
+    using Entries = std::map<uint32_t, uint32_t>;
 
     Entries readActive(uint32_t bankWord);
     void replace(uint32_t bankWord, const Entries& entries);
