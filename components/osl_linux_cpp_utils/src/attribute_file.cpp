@@ -15,15 +15,14 @@
 namespace Osl::LinuxCppUtil {
 namespace {
 
-// The quotation mark that nothing closes is part of the texts that scripts look for.
 [[noreturn]] void raiseUnreadable(const std::string& path, const std::string& reason)
 {
-    OSL_RAISE(CppUtil::FileSystemError, "Cannot read sysfs entry: \"" + path + ": " + reason);
+    OSL_RAISE(CppUtil::FileSystemError, "Cannot read sysfs entry: \"" + path + "\": " + reason);
 }
 
 [[noreturn]] void raiseUnwritable(const std::string& path, const std::string& reason)
 {
-    OSL_RAISE(CppUtil::FileSystemError, "Cannot write sysfs entry: \"" + path + ": " + reason);
+    OSL_RAISE(CppUtil::FileSystemError, "Cannot write sysfs entry: \"" + path + "\": " + reason);
 }
 
 /// Reads up to `length` bytes in one call; answers their number.
@@ -63,22 +62,13 @@ uint32_t readAttributeSize(const std::string& path)
 
 std::size_t readAttributeWords(const std::string& path, std::span<uint32_t> table)
 {
-    // One byte more than the table has, so that the one read also tells a file that is longer.
-    std::vector<std::byte> buffer(table.size_bytes() + 1);
-    const std::size_t length = readOnce(path, buffer.data(), buffer.size());
-    if (length > table.size_bytes())
-        raiseUnreadable(path, fmt::format("it is longer than its {} entries", table.size()));
-    if (length != 0)
-        std::memcpy(table.data(), buffer.data(), length);
-    return length;
+    return readOnce(path, table.data(), table.size_bytes());
 }
 
 std::vector<uint32_t> readAttributeTable(const std::string& path, uint32_t count)
 {
     std::vector<uint32_t> table(count);
-    const std::size_t length = readAttributeWords(path, table);
-    if (length != count * sizeof(uint32_t))
-        raiseUnreadable(path, fmt::format("it ends after {} bytes of its {} entries", length, count));
+    readAttributeWords(path, table);
     return table;
 }
 
@@ -93,6 +83,15 @@ void writeAttributeTable(const std::string& path, std::span<const uint32_t> tabl
         raiseUnwritable(path, std::strerror(errno));
     if (static_cast<std::size_t>(written) != table.size_bytes())
         raiseUnwritable(path, fmt::format("only {} of {} bytes were taken", written, table.size_bytes()));
+}
+
+AttributeLock::AttributeLock(const std::string& path, const LockPatience& patience)
+{
+    const int descriptor = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (descriptor == -1)
+        return;
+    m_File = ownFD(descriptor);
+    m_Lock.emplace(descriptor, path, patience);
 }
 
 } // namespace Osl::LinuxCppUtil

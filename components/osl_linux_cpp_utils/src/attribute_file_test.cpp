@@ -19,11 +19,11 @@ class AttributeFileTest : public testing::Test
 protected:
     std::string unreadable(const std::string& reason) const
     {
-        return "IOErrorr: Generic filesystem Error: Cannot read sysfs entry: \"" + m_Path + ": " + reason;
+        return "IOErrorr: Generic filesystem Error: Cannot read sysfs entry: \"" + m_Path + "\": " + reason;
     }
     std::string unwritable(const std::string& reason) const
     {
-        return "IOErrorr: Generic filesystem Error: Cannot write sysfs entry: \"" + m_Path + ": " + reason;
+        return "IOErrorr: Generic filesystem Error: Cannot write sysfs entry: \"" + m_Path + "\": " + reason;
     }
 
     Osl::Testing::TempFolder m_Folder;
@@ -50,16 +50,13 @@ TEST_F(AttributeFileTest, SizeIsADecimalNumberThatFillsTheText)
                 StartsWith(unreadable("its text is too long(")));
 }
 
-TEST_F(AttributeFileTest, TableIsExactlyAsLongAsAskedFor)
+TEST_F(AttributeFileTest, TableIsAsLongAsAskedForWhateverTheFileHas)
 {
     m_Folder.put("/attribute", std::vector<uint32_t>{1, 0xFFFFFFFF, 3});
     EXPECT_THAT(readAttributeTable(m_Path, 3), ElementsAre(1U, 0xFFFFFFFFU, 3U));
-    EXPECT_THAT(failureOf<FileSystemError>([&] { readAttributeTable(m_Path, 4); }),
-                StartsWith(unreadable("it ends after 12 bytes of its 4 entries(")));
-    EXPECT_THAT(failureOf<FileSystemError>([&] { readAttributeTable(m_Path, 2); }),
-                StartsWith(unreadable("it is longer than its 2 entries(")));
-    EXPECT_THAT(failureOf<FileSystemError>([&] { readAttributeTable(m_Path, 0); }),
-                StartsWith(unreadable("it is longer than its 0 entries(")));
+    EXPECT_THAT(readAttributeTable(m_Path, 4), ElementsAre(1U, 0xFFFFFFFFU, 3U, 0U));
+    EXPECT_THAT(readAttributeTable(m_Path, 2), ElementsAre(1U, 0xFFFFFFFFU));
+    EXPECT_TRUE(readAttributeTable(m_Path, 0).empty());
 
     m_Folder.put("/attribute", "123456789");
     std::vector<uint32_t> words(4);

@@ -84,7 +84,10 @@ FileLock::FileLock(int descriptor, const std::string& path, const LockPatience& 
         if (patience.stopped && patience.stopped())
             OSL_RAISE(LockError, fmt::format("Stopped while {} was in use by {}", path, describeHolder(descriptor)));
         if (Clock::now() >= deadline)
-            OSL_RAISE(LockError, fmt::format("{} is in use by {}", path, describeHolder(descriptor)));
+            OSL_RAISE(LockError, fmt::format("{} is in use by {}{}", path, describeHolder(descriptor),
+                                             patience.duration.count() == 0
+                                                 ? ""
+                                                 : fmt::format(", and was so for {} ms", patience.duration.count())));
         std::this_thread::sleep_for(RETRY_INTERVAL);
     }
 }

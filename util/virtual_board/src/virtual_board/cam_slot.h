@@ -18,6 +18,8 @@ namespace Osl::VirtualBoard {
 class CamSlot
 {
 public:
+    static constexpr uint32_t SLOTS = 8; ///< of the board
+
     /// `root` is the board's folder.
     CamSlot(uint32_t slot, const std::filesystem::path& root);
 

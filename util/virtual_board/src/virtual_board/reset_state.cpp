@@ -1,5 +1,7 @@
 #include "virtual_board/reset_state.h"
 
+#include "virtual_board/cam_slot.h"
+
 #include <osl/userspace_drivers/drivers/zeb/attr/cammonitor.h>
 #include <osl/userspace_drivers/drivers/zeb/attr/mcnotlut.h>
 #include <osl/userspace_drivers/drivers/zeb/scm/scmlayout.h>
@@ -79,7 +81,7 @@ std::vector<AttributeFile> attributeFiles()
         {Zeb::MCNOTLUT_ATTRIBUTE, bytesOf(MCNOTLUT_SIZE, Zeb::McNotLut::VACANT)},
         {Zeb::SCM_BARSIZE_ATTRIBUTE, lineOf(SCM_DEVICE.mapSize)},
     };
-    for (uint32_t slot = 0; slot < Zeb::CamMonitor::SLOTS; ++slot) {
+    for (uint32_t slot = 0; slot < CamSlot::SLOTS; ++slot) {
         const std::string folder = fmt::format("{}{}/", Zeb::CAM_SLOT_FOLDER, slot);
         files.push_back({folder + Zeb::CAM_SIZE_ATTRIBUTE, lineOf(CAM_MONITOR_SIZE)});
         files.push_back({folder + Zeb::CAM_PID_ATTRIBUTE, bytesOf(CAM_MONITOR_SIZE, Zeb::CamMonitor::DISABLED_PID)});

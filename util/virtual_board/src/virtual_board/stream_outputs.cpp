@@ -28,7 +28,7 @@ StreamOutputs::StreamOutputs(volatile uint32_t* ioBlock, const std::filesystem::
       m_Datagrams(
           [this](const DatagramTarget& target, std::span<const uint8_t> datagram) { m_Sender->send(target, datagram); })
 {
-    for (uint32_t slot = 0; slot < CamMonitor::SLOTS; ++slot)
+    for (uint32_t slot = 0; slot < CamSlot::SLOTS; ++slot)
         m_CamSlots.emplace_back(slot, root);
 }
 

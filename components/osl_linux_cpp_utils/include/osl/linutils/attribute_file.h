@@ -1,7 +1,11 @@
 #pragma once
 
+#include <osl/linutils/file_lock.h>
+#include <osl/linutils/raii_filedescriptors.h>
+
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -20,13 +24,26 @@ std::string readAttributeText(const std::string& path);
 uint32_t readAttributeSize(const std::string& path);
 
 /// Reads words in the machine's byte order into `table`; answers the number of bytes read, which is less than the
-/// table's when the file is shorter. A longer file is an error.
+/// table's when the file is shorter. What a longer file has besides is not asked for.
 std::size_t readAttributeWords(const std::string& path, std::span<uint32_t> table);
 
-/// All `count` words of a table; a file of any other length is an error.
+/// `count` words of a table; those that a shorter file lacks are 0.
 std::vector<uint32_t> readAttributeTable(const std::string& path, uint32_t count);
 
 /// Writes the whole table over the old one. Never creates a file, nor empties one first.
 void writeAttributeTable(const std::string& path, std::span<const uint32_t> table);
+
+/// Keeps the table of an attribute file, from reading it to writing it back, from others who lock it as well. A file
+/// that cannot be locked is used without: what is wrong with it shows when it is read.
+class AttributeLock
+{
+public:
+    /// Raises LockError as FileLock does.
+    AttributeLock(const std::string& path, const LockPatience& patience);
+
+private:
+    UniqueFD m_File;
+    std::optional<FileLock> m_Lock;
+};
 
 } // namespace Osl::LinuxCppUtil

@@ -1,4 +1,3 @@
-#include <osl/linutils/attribute_file.h>
 #include <osl/userspace_drivers/drivers/drivererror.h>
 #include <osl/userspace_drivers/drivers/zeb/attr/cammonitor.h>
 #include <osl/userspace_drivers/drivers/zeb/zeb_attributes.h>
@@ -6,6 +5,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace Osl::Drivers::Zeb {
 namespace {
@@ -24,12 +24,10 @@ void checkPid(uint32_t pid)
 
 } // namespace
 
-CamMonitor::CamMonitor(uint32_t slot, const std::string& root)
-    : m_Folder(fmt::format("{}{}{}/", root, CAM_SLOT_FOLDER, slot))
+CamMonitor::CamMonitor(uint32_t slot, LinuxCppUtil::LockPatience patience)
+    : m_Folder(fmt::format("{}{}/", CAM_SLOT_FOLDER, slot)),
+      m_Patience(std::move(patience))
 {
-    if (slot >= SLOTS)
-        OSL_RAISE(CppUtil::InvalidArgumentError,
-                  fmt::format("There is no CAM slot {}, must be within the range [0-{}]", slot, SLOTS - 1));
 }
 
 std::vector<CamMonitor::Entry> CamMonitor::read() const
@@ -47,6 +45,7 @@ std::vector<CamMonitor::Entry> CamMonitor::read() const
 void CamMonitor::insert(uint32_t pid)
 {
     checkPid(pid);
+    const LinuxCppUtil::AttributeLock lock = lockPids();
     std::vector<uint32_t> pids = table(CAM_PID_ATTRIBUTE, size());
     if (std::find(pids.begin(), pids.end(), pid) != pids.end())
         return;
@@ -60,6 +59,7 @@ void CamMonitor::insert(uint32_t pid)
 void CamMonitor::remove(uint32_t pid)
 {
     checkPid(pid);
+    const LinuxCppUtil::AttributeLock lock = lockPids();
     std::vector<uint32_t> pids = table(CAM_PID_ATTRIBUTE, size());
     const auto entry = std::find(pids.begin(), pids.end(), pid);
     if (entry == pids.end())
@@ -68,7 +68,11 @@ void CamMonitor::remove(uint32_t pid)
     writePids(pids);
 }
 
-void CamMonitor::clear() { writePids(std::vector<uint32_t>(size(), DISABLED_PID)); }
+void CamMonitor::clear()
+{
+    const LinuxCppUtil::AttributeLock lock = lockPids();
+    writePids(std::vector<uint32_t>(size(), DISABLED_PID));
+}
 
 uint32_t CamMonitor::size() const { return LinuxCppUtil::readAttributeSize(m_Folder + CAM_SIZE_ATTRIBUTE); }
 
@@ -76,6 +80,8 @@ std::vector<uint32_t> CamMonitor::table(const char* attribute, uint32_t count) c
 {
     return LinuxCppUtil::readAttributeTable(m_Folder + attribute, count);
 }
+
+LinuxCppUtil::AttributeLock CamMonitor::lockPids() const { return {m_Folder + CAM_PID_ATTRIBUTE, m_Patience}; }
 
 void CamMonitor::writePids(const std::vector<uint32_t>& pids) const
 {

@@ -43,7 +43,7 @@ std::string lineOf(std::size_t index, const CamMonitor::Entry& entry)
 
 CamMonitor CamMonCmd::monitorOf(const Options& options) const
 {
-    return CamMonitor(options["slot"].as<uint32_t>(), m_Root);
+    return CamMonitor(options["slot"].as<uint32_t>(), editPatience());
 }
 
 void CamMonReadCmd::addOptions(Options& options) { options.add(READ_OPTIONS); }

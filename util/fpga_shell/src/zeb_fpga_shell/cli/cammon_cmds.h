@@ -4,28 +4,16 @@
 
 #include <osl/userspace_drivers/drivers/zeb/attr/cammonitor.h>
 
-#include <string>
-#include <utility>
-
 namespace Osl::Utils {
 
 /// Base of the commands that work on the monitor of the CAM slot that the user names.
 class CamMonCmd : public CliCmd
 {
 public:
-    /// `root` precedes the path of every attribute file.
-    CamMonCmd(std::string name, std::string usage, std::string description, std::string root = {})
-        : CliCmd(std::move(name), std::move(usage), std::move(description)),
-          m_Root(std::move(root))
-    {
-    }
+    using CliCmd::CliCmd;
 
 protected:
-    /// Raises InvalidArgumentError for a slot that the board does not have.
     Drivers::Zeb::CamMonitor monitorOf(const Options& options) const;
-
-private:
-    std::string m_Root;
 };
 
 /// Lists the watched PIDs with their counters.

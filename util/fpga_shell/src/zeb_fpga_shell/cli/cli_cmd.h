@@ -3,6 +3,8 @@
 #include "zeb_fpga_shell/cli/options.h"
 #include "zeb_fpga_shell/stop_flag.h"
 
+#include <osl/linutils/file_lock.h>
+
 #include <iosfwd>
 #include <string>
 
@@ -13,8 +15,8 @@ namespace Osl::Utils {
 class CliCmd
 {
 public:
-    /// `usage` is a short hint; `description` heads the help text and stands in the command list. `stopFlag` is empty
-    /// for commands that do not run for long.
+    /// `usage` is a short hint; `description` heads the help text and stands in the command list. `stopFlag` is the
+    /// one that the command polls where it may run or wait for long; empty: nothing stops it.
     CliCmd(std::string name, std::string usage, std::string description, StopFlag stopFlag = {});
     virtual ~CliCmd() = default;
     CliCmd(const CliCmd&) = delete;
@@ -38,6 +40,12 @@ public:
 protected:
     /// True once the user has asked to stop.
     bool stopRequested() const { return m_StopFlag && *m_StopFlag; }
+
+    /// How long a command waits for another one that edits the same table.
+    LinuxCppUtil::LockPatience editPatience() const
+    {
+        return {std::chrono::seconds(10), [this] { return stopRequested(); }};
+    }
 
 private:
     std::string m_Name;

@@ -48,6 +48,9 @@ int ImportTablesCmd::doCommand(Options& options, std::ostream&, std::istream&)
     const std::vector<uint8_t> image = LinuxCppUtil::readWholeFile(options["file"].as<std::string>(), IMAGE_BYTES + 1);
     const auto pidMemory = openDevice(PIDLUT_DEVICE.path, PIDLUT_DEVICE.mapSize);
     const auto ioMemory = openDevice(IPLUT_DEVICE.path, IPLUT_DEVICE.mapSize);
+    // Always in this order, so that no two commands wait for each other.
+    const LinuxCppUtil::FileLock pidLock(pidMemory->descriptor(), PIDLUT_DEVICE.path, editPatience());
+    const LinuxCppUtil::FileLock ioLock(ioMemory->descriptor(), IPLUT_DEVICE.path, editPatience());
     importTables(*pidMemory, *ioMemory, image);
     return 0;
 }

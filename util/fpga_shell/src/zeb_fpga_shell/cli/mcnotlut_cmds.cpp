@@ -29,12 +29,11 @@ constexpr std::array WRITE_OPTIONS{
     HELP_OPTION,
 };
 
-/// The address of a dotted text; none for 0.0.0.0, which no entry can hold.
+/// The address of a dotted text. 0.0.0.0 is one, though the table cannot tell it from a vacant entry.
 std::optional<IpAdrContainer> addressOf(const std::string& text)
 {
     try {
-        const IpAdrContainer address(text);
-        return address.value() == McNotLut::VACANT ? std::nullopt : std::optional(address);
+        return IpAdrContainer(text);
     } catch (const CppUtil::ParsingError&) {
         return std::nullopt;
     }
@@ -47,7 +46,7 @@ void McNotLutReadCmd::addOptions(Options& options) { options.add(READ_OPTIONS); 
 int McNotLutReadCmd::doCommand(Options& options, std::ostream& out, std::istream&)
 {
     const bool showAll = options.count("show_all") != 0;
-    const std::vector<uint32_t> table = McNotLut(root()).read();
+    const std::vector<uint32_t> table = McNotLut().read();
     for (std::size_t i = 0; i < table.size(); ++i) {
         if (showAll || table[i] != McNotLut::VACANT)
             out << fmt::format("{:03}: {}", i, IpAdrContainer(table[i]).toString()) << std::endl;
@@ -64,7 +63,7 @@ int McNotLutWriteCmd::doCommand(Options& options, std::ostream& out, std::istrea
         out << "Error: Invalid or missing IP argument" << std::endl;
         return -1;
     }
-    McNotLut lut(root());
+    McNotLut lut(editPatience());
     if (options.count("clear") != 0 && !lut.clear(*address)) {
         out << "Error: Entry not found" << std::endl;
         return -1;

@@ -27,13 +27,7 @@ struct CommandRow
 };
 
 template <class Command>
-std::unique_ptr<CliCmd> make(const CommandRow& row, const StopFlag&)
-{
-    return std::make_unique<Command>(row.name, row.usage, row.description);
-}
-
-template <class Command>
-std::unique_ptr<CliCmd> makeLong(const CommandRow& row, const StopFlag& stopFlag)
+std::unique_ptr<CliCmd> make(const CommandRow& row, const StopFlag& stopFlag)
 {
     return std::make_unique<Command>(row.name, row.usage, row.description, stopFlag);
 }
@@ -132,19 +126,19 @@ constexpr std::array COMMANDS{
                make<WriteIPOUTEntryCmd>},
     CommandRow{"rdtspackets", "See rdtspackets -h",
                "Reads transport stream packets from the packet FIFO in the ZEB TSIF FPGA.",
-               makeLong<RdTsPacketsCmd>},
+               make<RdTsPacketsCmd>},
     CommandRow{"tsinrate", "See tsinrate -h",
                "Monitors and displays the current bitrate of the incoming TS packets of the pktio interface.",
-               makeLong<PKTIORxBitRateMeas>},
+               make<PKTIORxBitRateMeas>},
     CommandRow{"tsoutrate", "See tsoutrate -h",
                "Monitors and displays the current bitrate of the outgoing TS packets of the pktio interface.",
-               makeLong<PKTIOTxBitRateMeas>},
+               make<PKTIOTxBitRateMeas>},
     CommandRow{"wrtspackets", "See wrtspackets -h",
                "Writes TS packets to the Tx packet FIFO of the ZEB TSIF FPGA.",
-               makeLong<WrTsPacketsCmd>},
+               make<WrTsPacketsCmd>},
     CommandRow{"tsotsibitrate", "See tsotsibitrate -h",
                "Reads the bitrate of multiple transport stream inputs and outputs, designated by either TSI and/or TSO.",
-               makeLong<TSOTSIBitRateMeas>},
+               make<TSOTSIBitRateMeas>},
     CommandRow{"exptabs", "See exptabs -h",
                "Exports the transport stream related tables fo the ZEB stream FPGA.",
                make<ExportTablesCmd>},

@@ -5,7 +5,7 @@
 
 namespace Osl::Utils {
 
-/// Adds every command of command mode, in the order of the registry. Long-running ones share `stopFlag`.
+/// Adds every command of command mode, in the order of the registry. All share `stopFlag`.
 void registerCommands(CliModule& module, const StopFlag& stopFlag);
 
 } // namespace Osl::Utils

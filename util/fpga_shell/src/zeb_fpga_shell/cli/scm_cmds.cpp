@@ -70,7 +70,7 @@ ScmKey keyOf(const std::string& value, std::istream& in)
 
 ScmCmd::DeviceSettings ScmCmd::getDeviceSettings(const Options&) const
 {
-    const std::string path = m_Root + SCM_BARSIZE_ATTRIBUTE;
+    const std::string path = SCM_BARSIZE_ATTRIBUTE;
     std::string text;
     try {
         text = LinuxCppUtil::readAttributeText(path);
@@ -78,10 +78,9 @@ ScmCmd::DeviceSettings ScmCmd::getDeviceSettings(const Options&) const
         OSL_RAISE(ShellError, "Could not open " + path);
     }
     const std::optional<uint32_t> size = CppUtil::parseUint32(text);
-    if (!size || *size < SCM_BLOCK_BYTES)
-        OSL_RAISE(ShellError,
-                  fmt::format("{} holds \"{}\", no number of bytes from {} on", path, text, SCM_BLOCK_BYTES));
-    return {*size, m_Root + SCM_DEVICE_PATH};
+    if (!size)
+        OSL_RAISE(ShellError, fmt::format("{} holds \"{}\", which is not a number of bytes", path, text));
+    return {*size, SCM_DEVICE_PATH};
 }
 
 void ScmReadPidlut::addOptions(Options& options)
@@ -112,6 +111,7 @@ int ScmWritePidlut::doFpgaCommand(Options& options, std::ostream&, std::istream&
 {
     const ScmPidLutEntry entry(options["pid"].as<uint32_t>(), options["scmidx"].as<uint32_t>(),
                                options["keyidx"].as<uint32_t>());
+    const LinuxCppUtil::FileLock lock = lockDevice();
     ScmDriver driver(getMemIf());
     if (options.count("clear") != 0)
         driver.remove(entry.scmIdx, entry.pid);
@@ -122,6 +122,7 @@ int ScmWritePidlut::doFpgaCommand(Options& options, std::ostream&, std::istream&
 
 int ScmClearPidlut::doFpgaCommand(Options&, std::ostream&, std::istream&)
 {
+    const LinuxCppUtil::FileLock lock = lockDevice();
     ScmDriver(getMemIf()).clear();
     return 0;
 }
@@ -150,6 +151,7 @@ int ScmWriteKeys::doFpgaCommand(Options& options, std::ostream&, std::istream& i
     }
     if (keys.empty())
         OSL_RAISE(ShellError, "Missing manadatory key and/or IV option");
+    const LinuxCppUtil::FileLock lock = lockDevice();
     ScmDriver driver(getMemIf());
     for (const auto& [slot, key] : keys)
         driver.writeKey(slot, key);

@@ -2,30 +2,19 @@
 
 #include "zeb_fpga_shell/cli/zeb_fpga_openclose_cmd.h"
 
-#include <string>
-#include <utility>
-
 namespace Osl::Utils {
 
 /// Base of the commands that work on the scrambler. The memory is mapped in the size that the kernel driver gives.
 class ScmCmd : public ZEBFpgaOpenCloseCmd
 {
 public:
-    /// `root` precedes the paths of device and attribute file.
-    ScmCmd(std::string name, std::string usage, std::string description, std::string root = {})
-        : ZEBFpgaOpenCloseCmd(std::move(name), std::move(usage), std::move(description)),
-          m_Root(std::move(root))
-    {
-    }
+    using ZEBFpgaOpenCloseCmd::ZEBFpgaOpenCloseCmd;
 
     void addOptions(Options& options) override { options.add(HELP_OPTION); }
 
 protected:
-    /// Raises ShellError when the size cannot be read or is too small for the scrambler.
+    /// Raises ShellError when the size cannot be read.
     DeviceSettings getDeviceSettings(const Options& options) const override;
-
-private:
-    std::string m_Root;
 };
 
 /// Lists entries of the PID LUT.

@@ -15,9 +15,9 @@ void clearTable(const Options&, const std::shared_ptr<Drivers::IMemIf>& memory, 
 }
 
 template <auto CLEAR>
-constexpr PidTableCmdDecl PID_CLEAR{{{}, &clearTable<PidLutMapDriver, CLEAR>}};
+constexpr PidTableCmdDecl PID_CLEAR{{TableAccess::EDIT, {}, &clearTable<PidLutMapDriver, CLEAR>}};
 template <auto CLEAR, auto... ARGUMENTS>
-constexpr IoTableCmdDecl IO_CLEAR{{{}, &clearTable<TsIoDriver, CLEAR, ARGUMENTS...>}};
+constexpr IoTableCmdDecl IO_CLEAR{{TableAccess::EDIT, {}, &clearTable<TsIoDriver, CLEAR, ARGUMENTS...>}};
 
 constexpr bool BOTH_BANKS = true;
 

@@ -2,16 +2,21 @@
 
 #include "zeb_fpga_shell/cli/zeb_fpga_openclose_cmd.h"
 
-#include <iosfwd>
+#include <iostream>
 #include <memory>
 #include <span>
 #include <type_traits>
 
 namespace Osl::Utils {
 
+/// READ prints to the output stream. EDIT has the device for itself, and prints what the user should note to standard
+/// error.
+enum class TableAccess { READ, EDIT };
+
 /// All that tells one command on a routing table from the next, but for the texts of the registry.
 struct TableCmdDecl
 {
+    TableAccess access;
     std::span<const OptionDecl> options; ///< besides the help option
     /// Works on the table with the parsed options; raises what goes wrong.
     void (*run)(const Options& options, const std::shared_ptr<Drivers::IMemIf>& memory, std::ostream& out);
@@ -45,7 +50,12 @@ public:
 protected:
     int doFpgaCommand(Options& options, std::ostream& out, std::istream&) override
     {
-        DECL.run(options, this->getContainedMemIf(), out);
+        if (DECL.access == TableAccess::READ) {
+            DECL.run(options, this->getContainedMemIf(), out);
+        } else {
+            const LinuxCppUtil::FileLock lock = this->lockDevice();
+            DECL.run(options, this->getContainedMemIf(), std::cerr);
+        }
         return 0;
     }
 };

@@ -79,13 +79,13 @@ void readTable(const Options& options, const std::shared_ptr<Drivers::IMemIf>& m
 } // namespace
 
 // clang-format off
-const IoTableCmdDecl  READ_IP_LUT      {{IP_LUT_OPTIONS,       &readTable<IP_LUT,       &printIpLut>}};
-const PidTableCmdDecl READ_TSI_MAP     {{TSI_MAP_OPTIONS,      &readTable<TSI_MAP,      &printTsiMap>}};
-const PidTableCmdDecl READ_PID_LUT     {{PID_LUT_OPTIONS,      &readTable<PID_LUT,      &printPidLut>}};
-const PidTableCmdDecl READ_O_PID_MAP   {{O_PID_MAP_OPTIONS,    &readTable<O_PID_MAP,    &printOPidMap>}};
-const IoTableCmdDecl  READ_PHYS_OUT_MAP{{PHYS_OUT_MAP_OPTIONS, &readTable<PHYS_OUT_MAP, &printPhysOutMap>}};
-const IoTableCmdDecl  READ_PHYS_IN_MAP {{PHYS_IN_MAP_OPTIONS,  &readTable<PHYS_IN_MAP,  &printPhysInMap>}};
-const IoTableCmdDecl  READ_IP_OUT_MAP  {{IP_OUT_MAP_OPTIONS,   &readTable<IP_OUT_MAP,   &printIpOutMap>}};
+const IoTableCmdDecl  READ_IP_LUT      {{TableAccess::READ, IP_LUT_OPTIONS,       &readTable<IP_LUT,       &printIpLut>}};
+const PidTableCmdDecl READ_TSI_MAP     {{TableAccess::READ, TSI_MAP_OPTIONS,      &readTable<TSI_MAP,      &printTsiMap>}};
+const PidTableCmdDecl READ_PID_LUT     {{TableAccess::READ, PID_LUT_OPTIONS,      &readTable<PID_LUT,      &printPidLut>}};
+const PidTableCmdDecl READ_O_PID_MAP   {{TableAccess::READ, O_PID_MAP_OPTIONS,    &readTable<O_PID_MAP,    &printOPidMap>}};
+const IoTableCmdDecl  READ_PHYS_OUT_MAP{{TableAccess::READ, PHYS_OUT_MAP_OPTIONS, &readTable<PHYS_OUT_MAP, &printPhysOutMap>}};
+const IoTableCmdDecl  READ_PHYS_IN_MAP {{TableAccess::READ, PHYS_IN_MAP_OPTIONS,  &readTable<PHYS_IN_MAP,  &printPhysInMap>}};
+const IoTableCmdDecl  READ_IP_OUT_MAP  {{TableAccess::READ, IP_OUT_MAP_OPTIONS,   &readTable<IP_OUT_MAP,   &printIpOutMap>}};
 // clang-format on
 
 } // namespace Osl::Utils

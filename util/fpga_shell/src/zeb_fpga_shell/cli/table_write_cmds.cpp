@@ -205,13 +205,13 @@ void writeIpOutMap(const Options& options, const Memory& memory, std::ostream&)
 
 } // namespace
 
-const IoTableCmdDecl WRITE_IP_LUT{{IP_LUT_OPTIONS, &writeIpLut}};
-const IoTableCmdDecl WRITE_PHYS_OUT_MAP{{PHYS_OUT_MAP_OPTIONS, &writePhysOutMap}};
-const IoTableCmdDecl WRITE_PHYS_IN_MAP{{PHYS_IN_MAP_OPTIONS, &writePhysInMap}};
-const PidTableCmdDecl WRITE_PID_LUT{{PID_LUT_OPTIONS, &writePidLut}};
-const PidTableCmdDecl WRITE_TSI_MAP{{TSI_MAP_OPTIONS, &writeTsiMap}};
-const PidTableCmdDecl WRITE_O_PID_MAP{{O_PID_MAP_OPTIONS, &writeOPidMap}};
-const PidTableCmdDecl WRITE_FILTER_TABLE{{FILTER_TABLE_OPTIONS, &writeFilterTable}};
-const IoTableCmdDecl WRITE_IP_OUT_MAP{{IP_OUT_MAP_OPTIONS, &writeIpOutMap}};
+const IoTableCmdDecl WRITE_IP_LUT{{TableAccess::EDIT, IP_LUT_OPTIONS, &writeIpLut}};
+const IoTableCmdDecl WRITE_PHYS_OUT_MAP{{TableAccess::EDIT, PHYS_OUT_MAP_OPTIONS, &writePhysOutMap}};
+const IoTableCmdDecl WRITE_PHYS_IN_MAP{{TableAccess::EDIT, PHYS_IN_MAP_OPTIONS, &writePhysInMap}};
+const PidTableCmdDecl WRITE_PID_LUT{{TableAccess::EDIT, PID_LUT_OPTIONS, &writePidLut}};
+const PidTableCmdDecl WRITE_TSI_MAP{{TableAccess::EDIT, TSI_MAP_OPTIONS, &writeTsiMap}};
+const PidTableCmdDecl WRITE_O_PID_MAP{{TableAccess::EDIT, O_PID_MAP_OPTIONS, &writeOPidMap}};
+const PidTableCmdDecl WRITE_FILTER_TABLE{{TableAccess::EDIT, FILTER_TABLE_OPTIONS, &writeFilterTable}};
+const IoTableCmdDecl WRITE_IP_OUT_MAP{{TableAccess::EDIT, IP_OUT_MAP_OPTIONS, &writeIpOutMap}};
 
 } // namespace Osl::Utils

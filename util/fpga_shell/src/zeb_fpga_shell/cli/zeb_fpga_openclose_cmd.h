@@ -41,6 +41,9 @@ protected:
     Drivers::IMemIf& getMemIf() const;
     /// The open device for drivers that share ownership; they must not outlive the body. Empty outside the body.
     std::shared_ptr<Drivers::IMemIf> getContainedMemIf() const;
+    /// Keeps other commands that edit the open device waiting, as this one waits for them, until the lock goes; readers
+    /// do not ask for it. Raises LinuxCppUtil::LockError when another keeps the device for too long.
+    LinuxCppUtil::FileLock lockDevice() const { return {m_Device->descriptor(), m_DevicePath, editPatience()}; }
     /// Path of the device of the current run.
     const std::string& devicePath() const { return m_DevicePath; }
 

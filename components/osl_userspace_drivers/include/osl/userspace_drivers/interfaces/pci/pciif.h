@@ -31,6 +31,8 @@ public:
 
     bool isOpen() const { return m_Descriptor != -1; }
     bool isMapped() const { return m_Base != nullptr; }
+    /// Of the open device, for locking it; -1 when it is closed.
+    int32_t descriptor() const { return m_Descriptor; }
     uint32_t mappedSize() const { return isMapped() ? m_MapSize : 0; }
 
     MemSegment getMemSegment() override;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <osl/linutils/attribute_file.h>
+
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -7,12 +9,12 @@
 namespace Osl::Drivers::Zeb {
 
 /// The monitor of one CAM slot: a table of PIDs to watch, and for each a packet and an error counter. Every operation
-/// reads the current table, and changes it in one write or not at all. Raises CppUtil::FileSystemError when an
-/// attribute cannot be read or written.
+/// reads the current table, and changes it in one write or not at all; changes exclude each other. Raises
+/// CppUtil::FileSystemError when an attribute cannot be read or written, also when the board lacks the slot, and
+/// LinuxCppUtil::LockError when another process keeps the table.
 class CamMonitor
 {
 public:
-    static constexpr uint32_t SLOTS = 8;
     static constexpr uint32_t DISABLED_PID = 0x1FFF; ///< of an entry that watches nothing
 
     struct Entry
@@ -22,8 +24,8 @@ public:
         uint32_t errors;
     };
 
-    /// `root` precedes every path. Raises CppUtil::InvalidArgumentError unless `slot` is one of 0..7.
-    explicit CamMonitor(uint32_t slot, const std::string& root = {});
+    /// `patience` is for changes.
+    explicit CamMonitor(uint32_t slot, LinuxCppUtil::LockPatience patience = {});
 
     std::vector<Entry> read() const;
 
@@ -40,9 +42,11 @@ public:
 private:
     uint32_t size() const;
     std::vector<uint32_t> table(const char* attribute, uint32_t count) const;
+    LinuxCppUtil::AttributeLock lockPids() const;
     void writePids(const std::vector<uint32_t>& pids) const;
 
     std::string m_Folder;
+    LinuxCppUtil::LockPatience m_Patience;
 };
 
 } // namespace Osl::Drivers::Zeb

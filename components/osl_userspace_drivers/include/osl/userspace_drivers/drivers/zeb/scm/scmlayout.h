@@ -8,7 +8,7 @@
 
 namespace Osl::Drivers::Zeb {
 
-/// Fields of a row of the scrambler's PID LUT, which is one word; the bits above are written as 0.
+/// Fields of a row of the scrambler's PID LUT, which is one word; the bits above are 0 in new rows.
 struct ScmPidLutFields
 {
     static constexpr Misc::BitField PID{"PID", 0, 0, 13}; ///< all ones: no entry, and the end of the list
@@ -33,9 +33,6 @@ struct ScmPidLutLayout
     /// Value of BANK_WORD that puts the other bank to use.
     static constexpr uint32_t switched(uint32_t bankWord) { return bankWord == 0; }
 };
-
-/// Bytes of the scrambler's memory that the maps here take.
-inline constexpr uint32_t SCM_BLOCK_BYTES = (ScmPidLutLayout::BANKS[1] + ScmPidLutLayout::ROWS) * sizeof(uint32_t);
 
 /// The four words, the least significant first, of a 128-bit key or initialisation vector.
 struct ScmKeySlot
