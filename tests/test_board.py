@@ -1,18 +1,18 @@
 """The launcher of the virtual board, and the state of a board that was just reset."""
 
 import os
+import re
 import shutil
 import signal
 import subprocess
 import tempfile
-import time
 from pathlib import Path
 
 import pexpect
 import pytest
 
 from harness.board import BUILD, IPLUT, LAUNCHER, MODEL, PIDLUT, PKTIO, REPO, SCM, SIZES, SPI, TIMEOUT, TOOL
-from harness.board import environment, run_bare
+from harness.board import environment, run_bare, wait_until
 
 
 def run(*command, options=(), **further):
@@ -185,7 +185,8 @@ def processes_with(mark):
     for pid in filter(str.isdigit, os.listdir("/proc")):
         try:
             with open(f"/proc/{pid}/cmdline", "rb") as cmdline:
-                if mark.encode() in cmdline.read():  # empty for a process that only waits to be reaped
+                # Empty for a process that only waits to be reaped. Another run of the tests has a mark of its own.
+                if re.search(rf"\b{re.escape(mark)}\b".encode(), cmdline.read()):
                     found.append(int(pid))
         except OSError:
             pass
@@ -193,9 +194,7 @@ def processes_with(mark):
 
 
 def assert_soon_gone(mark):
-    deadline = time.monotonic() + TIMEOUT
-    while processes_with(mark) and time.monotonic() < deadline:
-        time.sleep(0.01)
+    wait_until(lambda: not processes_with(mark))
     assert processes_with(mark) == []
 
 
