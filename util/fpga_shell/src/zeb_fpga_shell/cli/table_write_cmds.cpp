@@ -1,13 +1,20 @@
 #include "zeb_fpga_shell/cli/table_write_cmds.h"
 
+#include "zeb_fpga_shell/cli/row_options.h"
+
 #include <osl/userspace_drivers/drivers/zeb/ts/diag/iplut_diag.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/diag/pidlut_diag.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/pidlutmapdriver.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/tablelayout.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/tsiodriver.h>
 
+#include <fmt/format.h>
+
+#include <algorithm>
 #include <array>
 #include <list>
+#include <optional>
+#include <utility>
 
 namespace Osl::Utils {
 namespace {
@@ -92,126 +99,146 @@ constexpr std::array IP_OUT_MAP_OPTIONS{
     IP_CLEAR_OPTION,
 };
 
+// clang-format off
+constexpr std::array PID_LUT_FIELDS{
+    numberField<&PidLutEntry::setPIDIDX, &PidLutEntry::getPIDIDX>("pididx"),
+    numberField<&PidLutEntry::setFiltTabIDX, &PidLutEntry::getFiltTabIDX>("filtidx"),
+    flagField<&PidLutEntry::setOutRoute, &PidLutEntry::isOutRoute>("route_output"),
+    flagField<&PidLutEntry::setCpuRoute, &PidLutEntry::isCpuRoute>("route_cpu"),
+};
+
+constexpr std::array IP_LUT_FIELDS{
+    ShownField<IpInEntry>{"ip", [](const IpInEntry& entry) { return entry.getIpAddress().toString(); }},
+    ShownField<IpInEntry>{"port", &showNumber<&IpInEntry::getUdpPort>},
+};
+
+constexpr std::array TSI_MAP_FIELDS{numberField<&TsiMapEntry::setPIDidx, &TsiMapEntry::getPIDidx>("pididx")};
+
+constexpr std::array O_PID_MAP_FIELDS{
+    numberField<&PidMapEntry::setTSOidx, &PidMapEntry::getTSOidx>("tsoidx"),
+    numberField<&PidMapEntry::setNextPIDidx, &PidMapEntry::getNextPIDidx>("next_pididx"),
+    OptionField<PidMapEntry>{
+        {"opid", [](const PidMapEntry& entry) { return entry.isRemap() ? fmt::to_string(entry.getRemapPID()) : "none"; }},
+        [](PidMapEntry& entry, const Options& options, const char* option) {
+            if (options.count(option) != 0)
+                entry.setRemapPID(options[option].as<uint32_t>());
+        }},
+};
+
+constexpr std::array FILTER_TABLE_FIELDS{
+    numberField<&FilterTabEntry::setPacketCount, &FilterTabEntry::getPacketCount>("count_val")};
+
+constexpr std::array PHYS_IN_MAP_FIELDS{numberField<&PhysInEntry::setTSIidx, &PhysInEntry::getTSIidx>("tsiidx")};
+
+constexpr std::array PHYS_OUT_MAP_FIELDS{numberField<&PhysOutEntry::setPHYOidx, &PhysOutEntry::getPHYOidx>("phyoidx")};
+
+constexpr std::array IP_OUT_MAP_FIELDS{
+    OptionField<IpOutEntry>{
+        {"ip", [](const IpOutEntry& entry) { return entry.getIpAddress().toString(); }},
+        [](IpOutEntry& entry, const Options& options, const char* option) {
+            const CppUtil::IpAdrContainer ipAddress(options[option].as<std::string>());
+            entry.setIpAddress(ipAddress);
+            entry.setMacAddress(CppUtil::MacAdrContainer(ipAddress));
+        }},
+    numberField<&IpOutEntry::setUdpPort, &IpOutEntry::getUdpPort>("port"),
+    flagField<&IpOutEntry::setRtp, &IpOutEntry::isRtp>("rtp"),
+    OptionField<IpOutEntry>{
+        {"disable", [](const IpOutEntry& entry) { return std::string(entry.isEnabled() ? "NO" : "YES"); }},
+        [](IpOutEntry& entry, const Options& options, const char* option) {
+            entry.setEnabled(options.count(option) == 0);
+        }},
+};
+
+template <class Entry>
+using PidRows = RowTable<Entry, PidLutMapDriver>;
+template <class Entry>
+using IoRows = RowTable<Entry, TsIoDriver>;
+
+constexpr PidRows<TsiMapEntry>    TSI_MAP_ROWS     {TSI_MAP,      "tsiidx",  TSI_MAP_FIELDS,      &PidLutMapDriver::writeTsiMapEntry};
+constexpr PidRows<PidMapEntry>    O_PID_MAP_ROWS   {O_PID_MAP,    "pididx",  O_PID_MAP_FIELDS,    &PidLutMapDriver::writePidMapEntry};
+constexpr PidRows<FilterTabEntry> FILTER_TABLE_ROWS{FILTER_TABLE, "filtidx", FILTER_TABLE_FIELDS, &PidLutMapDriver::writeFilterTabEntry};
+constexpr IoRows<PhysInEntry>     PHYS_IN_MAP_ROWS {PHYS_IN_MAP,  "phyiidx", PHYS_IN_MAP_FIELDS,  &TsIoDriver::writePhysInEntry};
+constexpr IoRows<PhysOutEntry>    PHYS_OUT_MAP_ROWS{PHYS_OUT_MAP, "tsoidx",  PHYS_OUT_MAP_FIELDS, &TsIoDriver::writePhysOutEntry};
+constexpr IoRows<IpOutEntry>      IP_OUT_MAP_ROWS  {IP_OUT_MAP,   "tsoidx",  IP_OUT_MAP_FIELDS,   &TsIoDriver::writeIpOutEntry};
+// clang-format on
+
 uint32_t numberOf(const Options& options, const char* name) { return options[name].as<uint32_t>(); }
 bool isGiven(const Options& options, const char* name) { return options.count(name) != 0; }
-bool isClear(const Options& options) { return isGiven(options, "clear"); }
 
-void writePidLut(const Options& options, const Memory& memory, std::ostream&)
+/// Removes one row of the PID LUT, or all of a TSI. Numbers that no row can have find none, which is no error.
+void clearPidLutRows(const Options& options, const Memory& memory, std::ostream& notes)
 {
-    // Without -p this PID stands: on clearing it means all PIDs of the TSI.
-    constexpr uint32_t NO_PID = 8191;
+    // Without -p it is 8191.
+    constexpr uint32_t LAST_PID = 8190;
 
     PidLutMapDriver driver(memory);
     const uint32_t tsiIdx = numberOf(options, "tsiidx");
     const uint32_t pid = numberOf(options, "pid");
-    PidLutEntry entry;
-    entry.setTSIIDX(tsiIdx);
-    entry.setPID(pid);
-
     PidLutEntries entries = getPidLutEntries(*memory);
-    if (!isClear(options)) {
-        entry.setPIDIDX(numberOf(options, "pididx"));
-        entry.setFiltTabIDX(numberOf(options, "filtidx"));
-        entry.setOutRoute(isGiven(options, "route_output"));
-        entry.setCpuRoute(isGiven(options, "route_cpu"));
-        entries.insert_or_assign({tsiIdx, pid}, entry);
-    } else if (pid == NO_PID) {
-        std::erase_if(entries, [tsiIdx](const auto& row) { return row.first.first == tsiIdx; });
-    } else {
+    if (pid <= LAST_PID) {
         entries.erase({tsiIdx, pid});
+        driver.writePidLut(entries);
+        return;
     }
+    const std::size_t removed = std::erase_if(entries, [tsiIdx](const auto& row) { return row.first.first == tsiIdx; });
     driver.writePidLut(entries);
+    notes << fmt::format("Note: {} row{} of TSI {} removed\n", removed, removed == 1 ? "" : "s", tsiIdx);
 }
 
-void writeIpLut(const Options& options, const Memory& memory, std::ostream&)
+void writePidLut(const Options& options, const Memory& memory, std::ostream& notes)
+{
+    if (isGiven(options, "clear")) {
+        clearPidLutRows(options, memory, notes);
+        return;
+    }
+    PidLutMapDriver driver(memory);
+    PidLutEntry entry;
+    entry.setTSIIDX(numberOf(options, "tsiidx"));
+    entry.setPID(numberOf(options, "pid"));
+    putFields<PidLutEntry>(PID_LUT_FIELDS, entry, options);
+
+    PidLutEntries entries = getPidLutEntries(*memory);
+    const auto [row, isNew] = entries.try_emplace({entry.getTSIIDX(), entry.getPID()}, entry);
+    const PidLutEntry before = std::exchange(row->second, entry);
+    const bool filtersAll = entry.isCpuRoute() && !isGiven(options, "filtidx") &&
+                            memory->read32(FILTER_TABLE.rowOffset(entry.getFiltTabIDX())) == 0;
+    driver.writePidLut(entries);
+    if (!isNew)
+        noteDefaults(PID_LUT_FIELDS, options, before, entry, notes);
+    if (filtersAll)
+        notes << fmt::format("Note: filter {} passes no packets (--filtidx was not given)\n", entry.getFiltTabIDX());
+}
+
+void writeIpLut(const Options& options, const Memory& memory, std::ostream& notes)
 {
     TsIoDriver driver(memory);
     const uint32_t tsiIdx = numberOf(options, "tsiidx");
     std::list<IpInEntry> added;
-    if (isClear(options))
-        IpInEntry().setTSIidx(tsiIdx); // refuses what no row can have
-    else
+    if (!isGiven(options, "clear"))
         added.emplace_back(tsiIdx, options["ip"].as<std::string>(), numberOf(options, "port"));
+    const std::optional<IpInEntry> after = added.empty() ? std::nullopt : std::optional(added.front());
 
     std::list<IpInEntry> entries = getIpLut(*memory, 0, IP_LUT.rows, false, false);
-    entries.remove_if([tsiIdx](const IpInEntry& entry) { return entry.getTSIidx() == tsiIdx; });
+    const auto isOfTsi = [tsiIdx](const IpInEntry& entry) { return entry.getTSIidx() == tsiIdx; };
+    const auto replaced = std::find_if(entries.begin(), entries.end(), isOfTsi);
+    const std::optional<IpInEntry> before = replaced == entries.end() ? std::nullopt : std::optional(*replaced);
+    entries.remove_if(isOfTsi);
     entries.splice(entries.end(), added);
     entries.sort();
     driver.writeIpInLut(entries);
-}
-
-void writeTsiMap(const Options& options, const Memory& memory, std::ostream&)
-{
-    TsiMapEntry entry(numberOf(options, "tsiidx"));
-    if (!isClear(options)) {
-        entry.setPIDidx(numberOf(options, "pididx"));
-        entry.setEnabled(true);
-    }
-    PidLutMapDriver(memory).writeTsiMapEntry(entry);
-}
-
-void writeOPidMap(const Options& options, const Memory& memory, std::ostream&)
-{
-    PidMapEntry entry(numberOf(options, "pididx"));
-    if (!isClear(options)) {
-        entry.setTSOidx(numberOf(options, "tsoidx"));
-        entry.setNextPIDidx(numberOf(options, "next_pididx"));
-        if (isGiven(options, "opid"))
-            entry.setRemapPID(numberOf(options, "opid"));
-        entry.setEnabled(true);
-    }
-    PidLutMapDriver(memory).writePidMapEntry(entry);
-}
-
-void writeFilterTable(const Options& options, const Memory& memory, std::ostream&)
-{
-    FilterTabEntry entry(numberOf(options, "filtidx"));
-    if (!isClear(options))
-        entry.setPacketCount(numberOf(options, "count_val"));
-    PidLutMapDriver(memory).writeFilterTabEntry(entry);
-}
-
-void writePhysInMap(const Options& options, const Memory& memory, std::ostream&)
-{
-    PhysInEntry entry(numberOf(options, "phyiidx"));
-    if (!isClear(options))
-        entry.setTSIidx(numberOf(options, "tsiidx"));
-    TsIoDriver(memory).writePhysInEntry(entry);
-}
-
-void writePhysOutMap(const Options& options, const Memory& memory, std::ostream&)
-{
-    PhysOutEntry entry(numberOf(options, "tsoidx"));
-    if (!isClear(options)) {
-        entry.setPHYOidx(numberOf(options, "phyoidx"));
-        entry.setEnabled(true);
-    }
-    TsIoDriver(memory).writePhysOutEntry(entry);
-}
-
-void writeIpOutMap(const Options& options, const Memory& memory, std::ostream&)
-{
-    IpOutEntry entry(numberOf(options, "tsoidx"));
-    if (!isClear(options)) {
-        const CppUtil::IpAdrContainer ipAddress(options["ip"].as<std::string>());
-        entry.setIpAddress(ipAddress);
-        entry.setMacAddress(CppUtil::MacAdrContainer(ipAddress));
-        entry.setUdpPort(numberOf(options, "port"));
-        entry.setRtp(isGiven(options, "rtp"));
-        entry.setEnabled(!isGiven(options, "disable"));
-    }
-    TsIoDriver(memory).writeIpOutEntry(entry);
+    if (before && after)
+        noteDefaults(IP_LUT_FIELDS, options, *before, *after, notes);
 }
 
 } // namespace
 
 const IoTableCmdDecl WRITE_IP_LUT{{TableAccess::EDIT, IP_LUT_OPTIONS, &writeIpLut}};
-const IoTableCmdDecl WRITE_PHYS_OUT_MAP{{TableAccess::EDIT, PHYS_OUT_MAP_OPTIONS, &writePhysOutMap}};
-const IoTableCmdDecl WRITE_PHYS_IN_MAP{{TableAccess::EDIT, PHYS_IN_MAP_OPTIONS, &writePhysInMap}};
+const IoTableCmdDecl WRITE_PHYS_OUT_MAP{{TableAccess::EDIT, PHYS_OUT_MAP_OPTIONS, &writeRow<PHYS_OUT_MAP_ROWS>}};
+const IoTableCmdDecl WRITE_PHYS_IN_MAP{{TableAccess::EDIT, PHYS_IN_MAP_OPTIONS, &writeRow<PHYS_IN_MAP_ROWS>}};
 const PidTableCmdDecl WRITE_PID_LUT{{TableAccess::EDIT, PID_LUT_OPTIONS, &writePidLut}};
-const PidTableCmdDecl WRITE_TSI_MAP{{TableAccess::EDIT, TSI_MAP_OPTIONS, &writeTsiMap}};
-const PidTableCmdDecl WRITE_O_PID_MAP{{TableAccess::EDIT, O_PID_MAP_OPTIONS, &writeOPidMap}};
-const PidTableCmdDecl WRITE_FILTER_TABLE{{TableAccess::EDIT, FILTER_TABLE_OPTIONS, &writeFilterTable}};
-const IoTableCmdDecl WRITE_IP_OUT_MAP{{TableAccess::EDIT, IP_OUT_MAP_OPTIONS, &writeIpOutMap}};
+const PidTableCmdDecl WRITE_TSI_MAP{{TableAccess::EDIT, TSI_MAP_OPTIONS, &writeRow<TSI_MAP_ROWS>}};
+const PidTableCmdDecl WRITE_O_PID_MAP{{TableAccess::EDIT, O_PID_MAP_OPTIONS, &writeRow<O_PID_MAP_ROWS>}};
+const PidTableCmdDecl WRITE_FILTER_TABLE{{TableAccess::EDIT, FILTER_TABLE_OPTIONS, &writeRow<FILTER_TABLE_ROWS>}};
+const IoTableCmdDecl WRITE_IP_OUT_MAP{{TableAccess::EDIT, IP_OUT_MAP_OPTIONS, &writeRow<IP_OUT_MAP_ROWS>}};
 
 } // namespace Osl::Utils
