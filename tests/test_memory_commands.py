@@ -29,7 +29,7 @@ def outside(command, byte_offset, size):
 
 def no_number(option, text):
     return shell_error(
-        f'Options parsing failed: Argument "{text}" of option "{option}" is no number from 0 to 4294967295 '
+        f'Options parsing failed: Argument "{text}" of option "{option}" is not a number from 0 to 4294967295 '
         '(prefix with "0x" for hex)'
     )
 

@@ -50,12 +50,12 @@ INVALID = "ZEB Driver (user space) error: PidLutEntry created/modified with inva
         ("wrpidlut -t 0xffffffff -p 1 -C", INVALID + "TSIIDX (4294967295)"),
         ("wrpidlut -p 8192 -C", INVALID + "PID (8192)"),
         ("wrpidlut -p 1 -P 0 -C", INVALID + "PIDIDX (0)"),
-        ("wrpidlut -p 0x100000001 -C", 'Argument "0x100000001" of option "pid" is no number'),
+        ("wrpidlut -p 0x100000001 -C", 'Argument "0x100000001" of option "pid" is not a number'),
         ("wrpidlut -p", "Option ‘p’ is missing an argument"),
         ("wrpidlut -p 1 C", 'unexpected argument "C"'),
         ("rpidlut -o 2047 -c 2", "Offset (2047) and count (2) exceeds the size (2048) of the ZEB PID LUT."),
         ("rpidlut -o 1 -c 0xffffffff", "Offset (1) and count (4294967295) exceeds the size (2048)"),
-        ("rpidlut -c -1", 'Argument "-1" of option "count" is no number'),
+        ("rpidlut -c -1", 'Argument "-1" of option "count" is not a number'),
     ],
 )
 def test_refused_with_nothing_changed(board, arguments, reason):

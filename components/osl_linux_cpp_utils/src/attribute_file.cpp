@@ -56,7 +56,7 @@ uint32_t readAttributeSize(const std::string& path)
     const std::string text = readAttributeText(path);
     const std::optional<uint32_t> size = text.starts_with("0x") ? std::nullopt : CppUtil::parseUint32(text);
     if (!size || *size > ATTRIBUTE_TABLE_MAX)
-        raiseUnreadable(path, fmt::format("its text is no number of entries from 0 to {}", ATTRIBUTE_TABLE_MAX));
+        raiseUnreadable(path, fmt::format("its text is not a number of entries from 0 to {}", ATTRIBUTE_TABLE_MAX));
     return *size;
 }
 

@@ -34,6 +34,13 @@ std::shared_ptr<cxxopts::Value> libraryValue(const OptionDecl& declaration)
     return declaration.defaultValue != nullptr ? value->default_value(declaration.defaultValue) : value;
 }
 
+bool isNumeric(OptionKind kind) { return kind == OptionKind::NUMBER || kind == OptionKind::NUMBERS; }
+
+bool isSame(OptionKind kind, const std::string& one, const std::string& other)
+{
+    return isNumeric(kind) ? CppUtil::parseUint32(one) == CppUtil::parseUint32(other) : one == other;
+}
+
 uint32_t convert(const std::string& text)
 {
     const std::optional<uint32_t> value = CppUtil::parseUint32(text);
@@ -83,7 +90,7 @@ bool Options::parse(int argc, const char* const* argv)
     // The first word is the command's own name. A further one is most often an option without its dash; going on
     // without it would program something else than what was meant.
     const std::vector<std::string>& words = m_Library->result.unmatched();
-    if (words.size() > 1)
+    if (words.size() > 1 && count(std::string(HELP_OPTION.longName())) == 0)
         OSL_RAISE(ShellError, fmt::format("Options parsing failed: unexpected argument \"{}\"", words[1]));
     return true;
 }
@@ -91,19 +98,26 @@ bool Options::parse(int argc, const char* const* argv)
 void Options::checkValues(const OptionDecl& declaration) const
 {
     const std::string name(declaration.longName());
-    if (declaration.kind == OptionKind::FLAG) {
-        if (count(name) != 0 && !m_Library->result[name].as<bool>())
-            OSL_RAISE(ShellError, fmt::format("Options parsing failed: Option \"{}\" takes no value", name));
-        return;
+    std::vector<std::string> given;
+    for (const cxxopts::KeyValue& argument : m_Library->result.arguments()) {
+        if (argument.key() == name)
+            given.push_back(argument.value());
     }
-    if (declaration.kind == OptionKind::TEXT || declaration.kind == OptionKind::PATH)
-        return;
-    for (const std::string& text : texts(name, declaration.kind)) {
-        if (!CppUtil::parseUint32(text))
+    if (declaration.kind == OptionKind::NUMBERS)
+        given = texts(name, declaration.kind); // each may hold several
+    for (const std::string& text : given) {
+        if (declaration.kind == OptionKind::FLAG && text != "true")
+            OSL_RAISE(ShellError, fmt::format("Options parsing failed: Option \"{}\" takes no value", name));
+        if (isNumeric(declaration.kind) && !CppUtil::parseUint32(text))
             OSL_RAISE(ShellError,
-                      fmt::format("Options parsing failed: Argument \"{}\" of option \"{}\" is no number from 0 to "
+                      fmt::format("Options parsing failed: Argument \"{}\" of option \"{}\" is not a number from 0 to "
                                   "4294967295 (prefix with \"0x\" for hex)",
                                   text, name));
+        if (declaration.kind != OptionKind::NUMBERS && !isSame(declaration.kind, text, given.front()))
+            OSL_RAISE(
+                ShellError,
+                fmt::format("Options parsing failed: Option \"{}\" takes one value, and was given \"{}\" and \"{}\"",
+                            name, given.front(), text));
     }
 }
 

@@ -57,7 +57,8 @@ public:
     const std::vector<OptionDecl>& declarations() const { return m_Declarations; }
 
     /// Parses a whole argument vector, program and command word included. False when an option is not declared; raises
-    /// ShellError for everything else that is wrong, words that belong to no option included.
+    /// ShellError for everything else that is wrong: a value that does not fit, different values for an option that
+    /// takes one, and, unless help is asked for, words that belong to no option.
     bool parse(int argc, const char* const* argv);
 
     std::string help() const;
@@ -66,7 +67,7 @@ public:
     std::size_t count(const std::string& longName) const;
 
     class Value;
-    /// The value of a declared option: as given (the last one wins), else its default, else 0 or empty.
+    /// The value of a declared option: as given, else its default, else 0 or empty.
     Value operator[](const std::string& longName) const;
 
 private:

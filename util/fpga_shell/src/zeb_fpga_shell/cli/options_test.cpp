@@ -55,8 +55,8 @@ TEST_F(OptionsTest, ValuesAreTheGivenOnesElseTheDefaultElseNothing)
     EXPECT_TRUE(m_Options["tso"].as<std::vector<uint32_t>>().empty());
     EXPECT_EQ(m_Options.count("clear"), 0U);
 
-    ASSERT_TRUE(
-        parse({"-o", "1", "-o", "0xFFFFFFFF", "--tsiidx=3", "-i", "1.2.3.4", "--tso", "7", "--tso=0x8,9", "-cc"}));
+    ASSERT_TRUE(parse(
+        {"-o", "4294967295", "-o", "0xFFFFFFFF", "--tsiidx=3", "-i", "1.2.3.4", "--tso", "7", "--tso=0x8,9", "-cc"}));
     EXPECT_EQ(m_Options["offset"].as<uint32_t>(), 0xFFFFFFFFU);
     EXPECT_EQ(m_Options["tsiidx"].as<uint32_t>(), 3U);
     EXPECT_EQ(m_Options["ip"].as<std::string>(), "1.2.3.4");
@@ -68,9 +68,10 @@ TEST_F(OptionsTest, NumbersThatAreNotWholly32BitAreRefusedNeverWrapped)
 {
     for (const char* text : {"-1", "0x1ffffffff", "4294967296", "12abc", "0x", "", " 1", "1.5", "abc", "+1"}) {
         EXPECT_THAT(refusal({"-o", text}), StartsWith("Shell Error: Options parsing failed: Argument \"" +
-                                                      std::string(text) + "\" of option \"offset\" is no number"))
+                                                      std::string(text) + "\" of option \"offset\" is not a number"))
             << text;
         EXPECT_THAT(refusal({"--tso", "1", "--tso", text}), StartsWith("Shell Error: Options parsing failed: "));
+        EXPECT_THAT(refusal({"-o", text, "-o", "1"}), HasSubstr(" of option \"offset\" is not a number"));
     }
 }
 
@@ -79,12 +80,23 @@ TEST_F(OptionsTest, UnknownOptionsAreToldApartFromOtherFaults)
     EXPECT_FALSE(parse({"-x"}));
     EXPECT_FALSE(parse({"--nothing"}));
     EXPECT_FALSE(parse({"-cx"}));
-    for (const auto& words : std::vector<std::vector<const char*>>{{"-o"}, {"--ip"}, {"--clear=false"}, {"--clear=x"}})
+    for (const auto& words : std::vector<std::vector<const char*>>{
+             {"-o"}, {"--ip"}, {"--clear=false"}, {"--clear=x"}, {"--clear=false", "-c"}})
         EXPECT_THAT(refusal(words), StartsWith("Shell Error: Options parsing failed: ")) << words[0];
 }
 
-TEST_F(OptionsTest, WordsThatBelongToNoOptionAreRefused)
+TEST_F(OptionsTest, AnOptionOfOneValueTakesNoSecondOne)
 {
+    EXPECT_THAT(refusal({"-o", "16", "-c", "--offset=0x11"}),
+                HasSubstr("Option \"offset\" takes one value, and was given \"16\" and \"0x11\""));
+    EXPECT_THAT(refusal({"-i", "239.1.1.1", "-i", "239.1.1.1", "-i", ""}),
+                HasSubstr("Option \"ip\" takes one value, and was given \"239.1.1.1\" and \"\""));
+    EXPECT_TRUE(parse({"-i", "239.1.1.1", "-i", "239.1.1.1"}));
+}
+
+TEST_F(OptionsTest, WordsThatBelongToNoOptionAreRefusedUnlessHelpIsAskedFor)
+{
+    EXPECT_TRUE(parse({"-o", "1", "c", "-h"}));
     EXPECT_THAT(refusal({"-o", "1", "c"}), HasSubstr("Options parsing failed: unexpected argument \"c\""));
     EXPECT_THAT(refusal({"-c", "1"}), HasSubstr("unexpected argument \"1\""));
     EXPECT_THAT(refusal({"--", "-c"}), HasSubstr("unexpected argument \"-c\""));

@@ -81,7 +81,7 @@ void readDesignator(const Options& options, SendSettings& settings)
     for (const Designator& designator : DESIGNATORS) {
         if (options.count(designator.option) == 0)
             continue;
-        given += options.count(designator.option);
+        ++given;
         settings.designatorMode = static_cast<unsigned>(designator.mode);
         settings.designator = options[designator.option].as<uint32_t>();
     }
@@ -104,6 +104,17 @@ SendSettings sendSettings(const Options& options)
     readDesignator(options, settings);
     checkRange("buffer", options["buffer"].as<uint32_t>(), 1, MAX_BUFFER_PACKETS);
     return settings;
+}
+
+/// Whether designator and channel are in their ranges.
+bool hasDestination(const SendSettings& settings)
+{
+    try {
+        Ts::Streaming::txHeader(settings.designatorMode, settings.designator);
+    } catch (const CppUtil::InvalidArgumentError&) {
+        return false;
+    }
+    return settings.channel < Drivers::Zeb::PKTIO_TX_CHANNELS;
 }
 
 void setVerbosity(const Options& options)
@@ -179,7 +190,8 @@ int WrTsPacketsCmd::doCommand(Options& options, std::ostream& out, std::istream&
     try {
         result = transmit(settings, environment);
     } catch (const CppUtil::InvalidArgumentError&) {
-        std::cerr << SEND_RANGES << '\n';
+        if (!hasDestination(settings))
+            std::cerr << SEND_RANGES << '\n';
         throw;
     }
     out << result.summary << std::endl;
