@@ -16,7 +16,8 @@ def bank(board, number):
 
 
 def test_the_request(board):
-    assert board.run("wrpidlut", "-t", "3", "-p", "0x100", "-P", "7", "-C") == (0, "", "")
+    note = "Note: filter 0 passes no packets (--filtidx was not given)\n"
+    assert board.run("wrpidlut", "-t", "3", "-p", "0x100", "-P", "7", "-C") == (0, "", note)
     assert board.run("rpidlut", "-a") == (
         0,
         "000 (0x00003000): TSIIDX:003, PID:0x0100(0256), PIDIDX:0007, CPU_ROUTE:YES, OUT_ROUTE:NO, FILTIDX:000\n",

@@ -28,7 +28,9 @@ def test_random_edits(board, seed):
     model = Model()
     for _ in range(50):
         arguments = [str(word) for word in model.random_command(choices)]
-        assert board.run(*arguments) == (0, "", ""), arguments
+        result = board.run(*arguments)
+        assert result[:2] == (0, ""), (arguments, result)
+        assert all(line.startswith("Note: ") for line in result.err.splitlines()), (arguments, result)
         model.check(board)
     listed = board.run("rpidlut", "-a").out
     keys = [(int(tsi), int(pid)) for tsi, pid in re.findall(r"TSIIDX:(\d+), PID:0x[0-9a-f]{4}\((\d+)\)", listed)]
@@ -49,10 +51,10 @@ def test_full_pid_lut(board):
 
     expect_done(board.run("wrpidlut", "-t", "255", "-p", "7", "-P", "9", "-O", "-f", "1"))
     rows[255, 7] = (9, 1, 0, 1)
-    expect_done(board.run("wrpidlut", "-t", "0", "-c"))
+    assert board.run("wrpidlut", "-t", "0", "-c") == (0, "", "Note: 8 rows of TSI 0 removed\n")
     rows = {key: row for key, row in rows.items() if key[0] != 0}
     for pid in range(8):
-        expect_done(board.run("wrpidlut", "-t", "0", "-p", 8190 - pid, "-P", "1", "-C"))
+        expect_done(board.run("wrpidlut", "-t", "0", "-p", 8190 - pid, "-P", "1", "-C", "-f", "0"))
         rows[0, 8190 - pid] = (1, 0, 1, 0)
     assert pid_lut(board) == pid_lut_words(rows)
     lines = board.run("rpidlut", "-a").out.splitlines()
