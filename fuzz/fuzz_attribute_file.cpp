@@ -15,7 +15,7 @@ using namespace Osl::LinuxCppUtil;
 
 namespace {
 
-/// Answers the result of `read`, or `failed` when it raised the error of attribute files.
+/// Returns the result of `read`, or `failed` when it raised the error of attribute files.
 template <class Result, class Read>
 Result resultOf(const Read& read, Result failed)
 {

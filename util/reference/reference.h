@@ -36,7 +36,7 @@ std::string manualSection(const CommandReference& command);
 std::string completionBranch(const CommandReference& command, const std::vector<std::string>& help);
 
 /// The program that prints them: `manual|completion TEMPLATE VERSION` prints the template, with what is known of the
-/// commands in the place of @NAMES@, @COMMANDS@ and @VERSION@. Answers the exit status.
+/// commands in the place of @NAMES@, @COMMANDS@ and @VERSION@. Returns the exit status.
 int print(int argc, char** argv, const std::vector<CommandReference>& commands);
 
 } // namespace Osl::Reference

@@ -9,7 +9,7 @@
 
 namespace Osl::VirtualBoard {
 
-/// Stands between the kernel and the processes that this one starts, statically linked ones included, for device
+/// Sits between the kernel and the processes that this one starts, statically linked ones included, for device
 /// requests (ioctl) of one type. They wait until they have been served.
 class IoctlListener
 {
@@ -21,7 +21,7 @@ public:
         uint32_t code;
         uint64_t argument; ///< mostly an address in the memory of `thread`
     };
-    /// Answers the request's result, 0 or more or a negative errno; nullopt leaves it to the kernel.
+    /// Returns the request's result, 0 or more or a negative errno; nullopt leaves it to the kernel.
     using Handler = std::function<std::optional<int>(const Request& request)>;
 
     /// Listens from now on, for the rest of this process's life. Raises CppUtil::IOError where the kernel does not

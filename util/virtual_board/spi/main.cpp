@@ -59,7 +59,7 @@ struct Devices
     SpiBoard board;
 };
 
-/// Answers requests until `child` ends; answers its exit status.
+/// Serves requests until `child` ends; returns its exit status.
 int serveUntilEnd(Devices& devices, pid_t child)
 {
     const LinuxCppUtil::UniqueFD ended = openProcess(child);

@@ -21,7 +21,7 @@ public:
     SpiBoard(const SpiBoard&) = delete;
     SpiBoard& operator=(const SpiBoard&) = delete;
 
-    /// Answers a request as the driver of the node would; nullopt when it is for another file.
+    /// Serves a request as the driver of the node would; nullopt when it is for another file.
     std::optional<int> answer(const IoctlListener::Request& request);
 
 private:

@@ -13,7 +13,7 @@ constexpr uint32_t TAG_MASK = 7;
 constexpr uint32_t WRITE_MODE = SPI_MODE_0;
 constexpr std::chrono::milliseconds START_UP_WAIT{20};
 
-/// Answers what `step` does, after `undo` has been run, which it is whatever becomes of the step.
+/// Returns what `step` does, after `undo` has been run, which it is whatever becomes of the step.
 template <class Step, class Undo>
 auto thenUndo(const Step& step, const Undo& undo)
 {

@@ -39,7 +39,7 @@ public:
     /// is built in or in another module already.
     void installModule(std::unique_ptr<ShellCmdModule> module);
 
-    /// Reads and executes lines until the exit command or the end of input; answers 0. Raises ShellError when the input
+    /// Reads and executes lines until the exit command or the end of input; returns 0. Raises ShellError when the input
     /// ends inside a line: a line without its line end may be cut off and is not executed.
     int run();
 

@@ -39,7 +39,7 @@ public:
     std::vector<CommandInfo> getCommands() const;
 
     /// Runs the command, or shows its usage when its first argument asks for help. 0: the module has no such command
-    /// or its handler answered false. What a handler raises passes through.
+    /// or its handler returned false. What a handler raises passes through.
     int execute(const ParsedShellCmd& cmd, std::istream& in, std::ostream& out);
 
     const std::string& getName() const { return m_Name; }

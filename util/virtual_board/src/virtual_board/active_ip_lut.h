@@ -26,12 +26,12 @@ public:
     /// `ioBlock` are the words of the input/output block, which must outlive this. What they hold is active.
     explicit ActiveIpLut(volatile uint32_t* ioBlock);
 
-    /// Takes the table over when the bank was switched since the last call, or the table cleared. Answers whether the
+    /// Takes the table over when the bank was switched since the last call, or the table cleared. Returns whether the
     /// rows changed.
     bool followBank();
 
     /// Makes up for two switches that followBank() could not tell from none: to be called when the table
-    /// has not been touched for a while. One that is whole is taken over then. Answers whether the rows changed.
+    /// has not been touched for a while. One that is whole is taken over then. Returns whether the rows changed.
     bool settle();
 
     const std::vector<IpLutRow>& rows() const { return m_Rows; }

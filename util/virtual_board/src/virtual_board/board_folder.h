@@ -11,13 +11,13 @@ struct BoardError : CppUtil::PrefixedError<"Virtual board Error: ">
     using PrefixedError::PrefixedError;
 };
 
-/// Where the board notes, a line each, what real hardware would choke on; empty while it is content.
+/// Where the board notes, one per line, what real hardware would choke on; empty if there is nothing.
 inline constexpr const char* COMPLAINTS_PATH = "/dev/zebtsif_complaints";
 
 /// Below the board's folder, where what leaves through the physical outputs is collected, a file for each.
 inline constexpr const char* OUTPUTS_FOLDER = "dev/zebtsif_outputs";
 
-/// How often data for a TX DMA channel came later than its time, decimal; {} stands for the channel's number. A real
+/// How often data for a TX DMA channel came too late, decimal; {} is the channel's number. A real
 /// board has no such attribute: there the stream's receivers see it.
 inline constexpr const char* TX_UNDERRUNS_ATTRIBUTE = "/sys/class/zebtsif/zebtsif_pktio_tx{}/underruns";
 

@@ -27,7 +27,7 @@ public:
     void count(const uint8_t* packet);
 
     /// Adds what was counted to the counters' files, and looks at the table again with the next packet. To be called
-    /// every now and then, and at the end.
+    /// now and then, and at the end.
     void update();
 
 private:

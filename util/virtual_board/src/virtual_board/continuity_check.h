@@ -12,7 +12,7 @@ namespace Osl::VirtualBoard {
 class ContinuityCheck
 {
 public:
-    /// Whether the packet's counter is none that may follow.
+    /// Whether the packet's counter may not follow the last one.
     bool isError(const uint8_t* packet)
     {
         const uint8_t counter = Ts::Ll::continuityCounter(packet);

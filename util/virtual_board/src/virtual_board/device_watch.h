@@ -7,12 +7,12 @@
 
 namespace Osl::VirtualBoard {
 
-/// Tells when somebody opens or closes one of the board's devices, as a kernel driver would know: memory itself has no
-/// signal.
+/// Tells when somebody opens or closes one of the board's devices, as a kernel driver would know: nothing signals a
+/// change of the memory itself.
 class DeviceWatch
 {
 public:
-    /// Watches files that are there. Where the system does not let it, works() answers false.
+    /// Watches files that are there. Where the system does not let it, works() returns false.
     explicit DeviceWatch(const std::vector<std::filesystem::path>& files);
 
     /// Whether anything has happened since the last call.

@@ -18,7 +18,7 @@
 
 namespace Osl::VirtualBoard {
 
-/// What a file feeds into a physical input: over and over in the time of its PCRs, its time stamps and continuity
+/// What a file feeds into a physical input: in a loop in the time of its PCRs, its time stamps and continuity
 /// counters running on; or once, as fast as it can be routed.
 class Feed
 {
@@ -27,11 +27,11 @@ public:
     using Clock = std::chrono::steady_clock;
     using Deliver = std::function<void(const uint8_t* packet)>;
 
-    /// Reads the start of `file`. Raises BoardError when that is not possible, or it is no transport stream of 188-byte
+    /// Reads the start of `file`. Raises BoardError when that fails, or it is not a transport stream of 188-byte
     /// packets.
     Feed(const std::string& file, Pace pace, Deliver deliver, Complain complain);
 
-    /// Delivers what is due at `now`. Answers whether anything was.
+    /// Delivers what is due at `now`. Returns whether anything was.
     bool serve(Clock::time_point now);
 
     /// When the next packet is due; Clock::time_point::max() when nothing more comes.

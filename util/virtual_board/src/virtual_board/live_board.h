@@ -21,14 +21,14 @@
 
 namespace Osl::VirtualBoard {
 
-/// The board at work on its folder: takes in streams, routes packets, counts, answers the packet port.
+/// The board at work on its folder: takes in streams, routes packets, counts, serves the packet port.
 class LiveBoard : private IPacketSinks
 {
 public:
     /// Works on the folder that makeBoard() made. Raises BoardError and what opening the devices and feeds raises.
     explicit LiveBoard(const Settings& settings);
 
-    /// Works until `ended` answers true; it is asked every now and then, and after every signal.
+    /// Works until `ended` returns true; it is asked now and then, and after every signal.
     void run(const std::function<bool()>& ended);
 
 private:
@@ -36,7 +36,7 @@ private:
 
     struct Channel
     {
-        std::unique_ptr<TxChannel> channel; ///< empty where a file that is no pipe stands for the device
+        std::unique_ptr<TxChannel> channel; ///< empty where a file that is not a pipe is in place of the device
         ByteCounter bytes;
         ByteCounter underruns;
         uint64_t reportedUnderruns = 0;

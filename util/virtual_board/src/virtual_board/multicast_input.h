@@ -31,7 +31,7 @@ public:
     void tune(const std::vector<IpLutRow>& rows);
 
     /// Hands on the packets that have come. Complains, once a second for each group at most, about datagrams that carry
-    /// no transport stream. Answers whether anything came.
+    /// no transport stream. Returns whether anything came.
     bool serve(Clock::time_point now);
 
     int descriptor() const { return *m_Poll; } ///< readable when something has come

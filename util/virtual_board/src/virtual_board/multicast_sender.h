@@ -14,7 +14,7 @@ namespace Osl::VirtualBoard {
 class MulticastSender
 {
 public:
-    /// Raises BoardError when there can be no socket.
+    /// Raises BoardError when no socket can be opened.
     MulticastSender();
 
     /// Takes a copy of `datagram`; it leaves with the next flush() at the latest.

@@ -11,8 +11,8 @@
 
 namespace Osl::VirtualBoard {
 
-/// The packet port's FPGA side: hands packets to the processor, through the stream device and through the registers
-/// both, and takes packets from its registers.
+/// The packet port's FPGA side: hands packets to the processor, through both the stream device and the registers, and
+/// takes packets from its registers.
 class PacketPort
 {
 public:
@@ -32,7 +32,7 @@ public:
     void deliver(uint8_t tsi, const uint8_t* packet);
 
     /// Does what the registers ask for at `now`: releases a packet that was taken, sends one that was loaded, resets.
-    /// Answers whether there was anything to do.
+    /// Returns whether there was anything to do.
     bool serve(Clock::time_point now, const std::function<void(const Record&)>& send);
 
     uint64_t streamBytes() const { return m_StreamBytes; } ///< handed over through the stream device

@@ -14,7 +14,7 @@ namespace Osl::VirtualBoard {
 class PhysicalOutputs
 {
 public:
-    /// The files lie in `folder`.
+    /// The files are in `folder`.
     PhysicalOutputs(std::filesystem::path folder, Complain complain);
 
     /// Sends the 188 bytes at `packet`, which are in the file after the next flush(). Complains, once for each index,

@@ -8,7 +8,7 @@ inline constexpr int EXIT_CANNOT_RUN = 126;
 inline constexpr int EXIT_NOT_FOUND = 127;
 
 /// Makes the board's folder that the first argument names, then becomes the command that the others make up, if any.
-/// Answers the exit status; does not return when the command could be started.
+/// Returns the exit status; does not return when the command could be started.
 int runProgram(int argc, char** argv);
 
 } // namespace Osl::VirtualBoard

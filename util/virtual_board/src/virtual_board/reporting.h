@@ -5,7 +5,7 @@
 
 namespace Osl::VirtualBoard {
 
-/// Takes a line about something on which real hardware would choke.
+/// Takes a line about something that real hardware would choke on.
 using Complain = std::function<void(const std::string& what)>;
 
 } // namespace Osl::VirtualBoard

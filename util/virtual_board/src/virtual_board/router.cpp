@@ -79,7 +79,7 @@ std::optional<Router::PidLutRow> Router::find(uint32_t key) const
     }
 }
 
-/// A filter lets so many packets of each payload unit through, from its start on.
+/// A filter lets a number of packets of each payload unit through, from its start on.
 bool Router::passesFilter(uint32_t key, uint32_t filterIndex, const uint8_t* packet)
 {
     if (filterIndex == NO_FILTER)

@@ -20,7 +20,7 @@ public:
     virtual void toCpu(uint8_t tsi, const uint8_t* packet) = 0;
     /// One for a stream output.
     virtual void toOutput(uint8_t tso, const uint8_t* packet) = 0;
-    /// Something on which real hardware would choke.
+    /// Something that real hardware would choke on.
     virtual void complain(const std::string& what) = 0;
 };
 
@@ -40,7 +40,7 @@ public:
     void throughOutput(uint8_t tso, const uint8_t* packet);
 
     /// Complains when the active bank of the PID LUT is not sorted, or has a key twice, in two calls; once until that
-    /// changes. To be called when the table may have changed, until it answers that it is certain.
+    /// changes. To be called when the table may have changed, until it returns true.
     bool checkPidLut();
 
 private:

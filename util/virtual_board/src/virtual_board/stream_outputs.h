@@ -31,7 +31,7 @@ public:
     /// Hands datagrams that are full to the network. To be called whenever packets were sent.
     void sendDatagrams();
 
-    /// Writes files and counters, and sends what waited long enough. To be called every now and then.
+    /// Writes files and counters, and sends what waited long enough. Must be called now and then.
     void update(Clock::time_point now);
 
 private:

@@ -19,7 +19,7 @@ public:
     virtual void onPacket(uint32_t header, const uint8_t* packet) = 0;
     /// Bytes that are neither were skipped.
     virtual void onGarbage(std::size_t bytes) = 0;
-    /// The bytes ended inside a segment head or a record, of which only so many came.
+    /// The bytes ended inside a segment head or a record, of which only this many came.
     virtual void onTruncated(std::size_t bytes) = 0;
 };
 

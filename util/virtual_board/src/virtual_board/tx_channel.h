@@ -26,7 +26,7 @@ public:
     /// `device` is the stream's reading end, which must not block.
     TxChannel(unsigned number, LinuxCppUtil::UniqueFD device, Send send, Complain complain);
 
-    /// Reads what there is room for and sends what is due at `now`. Answers whether there was anything to do.
+    /// Reads what there is room for and sends what is due at `now`. Returns whether there was anything to do.
     bool serve(Clock::time_point now);
 
     bool wantsData() const { return m_Packets.size() < MAX_WAITING; }
@@ -37,7 +37,7 @@ public:
     /// Whether nobody has the device open for writing, so that its descriptor() is of no use for waiting.
     bool ended() const { return m_Ended; }
     uint64_t bytes() const { return m_Bytes; } ///< taken from the device
-    /// How often a sender's data came after its time. The rest of the stream is late by as much then.
+    /// How often a sender's data came too late. The rest of the stream is late by as much then.
     uint64_t underruns() const { return m_Underruns; }
 
 private:

@@ -9,7 +9,7 @@
 
 namespace Osl::CppUtil {
 
-/// What a failed assertion does; one for the process, see assertionHandler().
+/// What a failed assertion does; one per process, see assertionHandler().
 struct AssertionHandler
 {
     bool abortOnFailure = true;

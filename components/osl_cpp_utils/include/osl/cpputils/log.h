@@ -14,14 +14,14 @@ class logger;
 
 namespace Osl::CppUtil {
 
-/// The program's log: messages for the operator on standard error, each with time and level. What a script reads
-/// never goes through it.
+/// The program's log: messages for the operator on standard error, each with time and level. Anything that a script
+/// might read never goes through it.
 class Log
 {
 public:
     enum class Level { TRACE, DEBUG, INFO, WARNING, ERROR, CRITICAL };
 
-    /// Sets up the process-wide log with the given threshold; called again, it only changes the threshold.
+    /// Sets up the process-wide log with the given threshold; a second call only changes the threshold.
     static void setUp(Level threshold);
 
     /// The process-wide log. Asked for before setUp(), it says so once on standard output and logs there.

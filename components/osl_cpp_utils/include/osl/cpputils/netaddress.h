@@ -17,7 +17,7 @@ public:
     constexpr explicit IpAdrContainer(uint32_t value) : m_Value(value) {}
     /// Raises OutOfRangeError unless there are exactly 4 octets.
     explicit IpAdrContainer(const std::vector<uint8_t>& octets);
-    /// Dotted decimal text, up to three digits a group; raises ParsingError for anything else.
+    /// Dotted decimal text, up to three digits per group; raises ParsingError for anything else.
     explicit IpAdrContainer(const std::string& text);
 
     /// Host byte order; the first octet of the text is the most significant byte.
@@ -51,7 +51,7 @@ public:
 
     /// Raises OutOfRangeError for an index above 5.
     uint8_t octet(std::size_t index) const;
-    /// Upper case, two digits an octet.
+    /// Upper case, two digits per octet.
     std::string toString() const;
 
     bool operator==(const MacAdrContainer&) const = default;

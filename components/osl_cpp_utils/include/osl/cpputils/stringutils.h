@@ -15,7 +15,7 @@ inline constexpr const char* TIME_HUNDREDTHS_PATTERN = "(?:[01][0-9]|2[0-3]):[0-
 inline constexpr const char* TIME_SECONDS_PATTERN = "(?:[01][0-9]|2[0-3]):[0-5][0-9]:[0-5][0-9]";
 inline constexpr const char* TIME_MINUTES_PATTERN = "(?:[01][0-9]|2[0-3]):[0-5][0-9]";
 
-/// 0..15, or -1 for a character that is no hexadecimal digit.
+/// 0..15, or -1 for a character that is not a hexadecimal digit.
 int hexCharToNibble(char digit);
 
 /// Bytes of a text of digit pairs, the high nibble first; no prefix, no separators.

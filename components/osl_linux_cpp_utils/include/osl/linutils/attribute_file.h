@@ -23,7 +23,7 @@ std::string readAttributeText(const std::string& path);
 /// Number of entries of a table, 0..ATTRIBUTE_TABLE_MAX, from an attribute of decimal text.
 uint32_t readAttributeSize(const std::string& path);
 
-/// Reads words in the machine's byte order into `table`; answers the number of bytes read, which is less than the
+/// Reads words in the machine's byte order into `table`; returns the number of bytes read, which is less than the
 /// table's when the file is shorter. What a longer file has besides is not asked for.
 std::size_t readAttributeWords(const std::string& path, std::span<uint32_t> table);
 

@@ -20,8 +20,8 @@ void leaveGuard(const FaultFrame& frame);
 
 } // namespace Detail
 
-/// Runs `access`, which touches mapped device memory; answers the address that faulted (SIGBUS), or nullopt when none
-/// did. A bus that does not answer, or a file cut short under its mapping, so becomes an error instead of the end of
+/// Runs `access`, which touches mapped device memory; returns the address that faulted (SIGBUS), or nullopt when none
+/// did. So a bus that does not answer, or a file cut short under its mapping, becomes an error instead of the end of
 /// the process. `access` must not own anything: a fault leaves it without running destructors.
 /// Faults outside guarded accesses end the process as they always do.
 template <class Access>

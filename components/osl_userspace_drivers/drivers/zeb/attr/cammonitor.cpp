@@ -13,7 +13,7 @@ namespace {
 constexpr uint32_t LOWEST_PID = 0x20;
 constexpr uint32_t HIGHEST_PID = 0x1FFE;
 
-/// An entry that a PID may take. 0x1F is no PID that can be watched, so an entry with it is unused as well.
+/// An entry that a PID may take. 0x1F is not a PID that can be watched, so an entry with it is unused as well.
 bool isFree(uint32_t pid) { return pid == CamMonitor::DISABLED_PID || pid == 0x1F; }
 
 void checkPid(uint32_t pid)

@@ -22,7 +22,7 @@ public:
     virtual ~SpiChip() = default;
     virtual void select() {}
     virtual void deselect() {}
-    /// Clocks one byte out to the chip and answers the one that comes back, the most significant bit first.
+    /// Clocks one byte out to the chip and returns the one that comes back, the most significant bit first.
     /// `secondEdge`: data is taken at the second, falling edge of each clock, and changes at the first (CPHA).
     virtual uint8_t clockByte(uint8_t out, bool secondEdge) = 0;
 };

@@ -27,7 +27,7 @@ public:
 
     explicit SpidevNode(SpiChip& chip, uint32_t modeBits = ALL_MODES) : m_Chip(chip), m_ModeBits(modeBits) {}
 
-    /// Answers what the system call would: 0 or more, or a negative errno.
+    /// Returns what the system call would: 0 or more, or a negative errno.
     int request(uint32_t code, uint64_t argument, UserMemory& memory)
     {
         if (_IOC_TYPE(code) != SPI_IOC_MAGIC)

@@ -42,7 +42,7 @@ inline bool hasAdaptationFlags(const uint8_t* b) { return hasAdaptationField(b) 
 inline bool hasDiscontinuity(const uint8_t* b) { return hasAdaptationFlags(b) && (b[5] & 0x80) != 0; }
 inline bool hasPcr(const uint8_t* b) { return hasAdaptationFlags(b) && (b[5] & 0x10) != 0; }
 
-/// Offset of the payload, at most TS_SIZE, which it is when there is none.
+/// Offset of the payload; TS_SIZE when there is none.
 inline std::size_t payloadOffset(const uint8_t* b)
 {
     if (!hasPayload(b))

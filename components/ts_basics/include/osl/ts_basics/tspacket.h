@@ -21,7 +21,7 @@ struct TsPacketError : CppUtil::PrefixedError<"TS Packet Error: ", TsError>
 
 enum class ScramblingControl : uint8_t { NOT_SCRAMBLED = 0, RESERVED = 1, EVEN_KEY = 2, ODD_KEY = 3 };
 
-/// One TS packet (ISO/IEC 13818-1) that lies in some buffer, read and written in place. Only syncOk() looks at the sync
+/// One TS packet (ISO/IEC 13818-1) in somebody's buffer, read and written in place. Only syncOk() looks at the sync
 /// byte.
 class TSPacket
 {
@@ -51,7 +51,7 @@ public:
     virtual bool hasTransportError() const { return Ll::hasTransportError(tsData()); }
 };
 
-/// A TS packet that may stand behind the packet port's own header.
+/// A TS packet that may follow the packet port's own header.
 class IO_TSPacket : public TSPacket
 {
 public:

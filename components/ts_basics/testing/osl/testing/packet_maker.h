@@ -10,7 +10,7 @@
 
 namespace Osl::Testing {
 
-/// A TS packet made up for a test, with payload 0xFF; each call changes one thing and answers the packet.
+/// A TS packet made up for a test, with payload 0xFF; each call changes one thing and returns the packet.
 class Packet
 {
 public:

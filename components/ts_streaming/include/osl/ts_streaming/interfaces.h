@@ -66,7 +66,7 @@ class ITsReader
 {
 public:
     virtual ~ITsReader() = default;
-    /// Fills `buffer`, a multiple of 188 bytes long, from its start; answers the filled part, whole packets and at
+    /// Fills `buffer`, a multiple of 188 bytes long, from its start; returns the filled part, whole packets and at
     /// least one. Raises ReadException, at the end of the data too.
     virtual std::span<uint8_t> read(std::span<uint8_t> buffer) = 0;
     /// Makes a read() that runs on another thread, and those to come, end soon.
@@ -78,7 +78,7 @@ class ITsProcessChain
 {
 public:
     virtual ~ITsProcessChain() = default;
-    /// Answers the same view.
+    /// Returns the same view.
     virtual std::span<uint8_t> process(std::span<uint8_t> buffer) = 0;
 };
 
@@ -114,7 +114,7 @@ class ITsStreamer
 {
 public:
     virtual ~ITsStreamer() = default;
-    /// Moves one buffer. Answers 0 when that was done, 1 at the end of the data, 2 when the reader was not ready, 3
+    /// Moves one buffer. Returns 0 when that was done, 1 at the end of the data, 2 when the reader was not ready, 3
     /// after any other failure.
     virtual uint32_t step() = 0;
 };

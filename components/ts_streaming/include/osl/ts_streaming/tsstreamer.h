@@ -32,7 +32,7 @@ public:
 
     uint32_t step() override;
 
-    /// Text of the error behind the last step() that did not answer 0.
+    /// Text of the error behind the last step() that did not return 0.
     const std::string& lastError() const { return m_LastError; }
     /// That error itself.
     const std::exception_ptr& lastFailure() const { return m_LastFailure; }

@@ -15,7 +15,7 @@ namespace Osl::Utils {
 class CliCmd
 {
 public:
-    /// `usage` is a short hint; `description` heads the help text and stands in the command list. `stopFlag` is the
+    /// `usage` is a short hint; `description` heads the help text and is shown in the command list. `stopFlag` is the
     /// one that the command polls where it may run or wait for long; empty: nothing stops it.
     CliCmd(std::string name, std::string usage, std::string description, StopFlag stopFlag = {});
     virtual ~CliCmd() = default;
@@ -26,7 +26,7 @@ public:
     virtual std::string getUsage() const { return m_Usage; }
     virtual std::string getDescription() const { return m_Description; }
 
-    /// Parses the whole argument vector and runs the body, or prints the help. Answers the exit status: 0, or -1 for
+    /// Parses the whole argument vector and runs the body, or prints the help. Returns the exit status: 0, or -1 for
     /// failures that have been reported on standard error. Raises ShellError for option errors; what the body raises
     /// passes through.
     virtual int run(int argc, char** argv, std::ostream& out, std::istream& in);
@@ -34,7 +34,7 @@ public:
     /// Declares the options, the help option included; an overriding command does not call this one.
     virtual void addOptions(Options& options);
 
-    /// The body. Answers the exit status.
+    /// The body. Returns the exit status.
     virtual int doCommand(Options& options, std::ostream& out, std::istream& in) = 0;
 
 protected:

@@ -18,7 +18,7 @@ public:
     /// Takes ownership. Raises ShellError for an empty, reserved or redundant name.
     void addCmd(std::unique_ptr<CliCmd> command);
 
-    /// Runs the command named by argv[1]; answers the exit status.
+    /// Runs the command named by argv[1]; returns the exit status.
     int run(int argc, char** argv, std::ostream& out, std::istream& in);
 
     /// All commands by name.

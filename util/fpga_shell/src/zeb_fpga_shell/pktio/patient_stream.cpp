@@ -10,7 +10,7 @@ namespace Osl::Utils {
 namespace {
 
 constexpr std::chrono::milliseconds SLICE(50);
-/// A read that answers 0 this much before its time is up has met the end of the data.
+/// A read that returns 0 this much before its time is up has met the end of the data.
 constexpr std::chrono::milliseconds EARLY(10);
 
 } // namespace

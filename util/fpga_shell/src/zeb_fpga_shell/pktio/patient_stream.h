@@ -12,7 +12,7 @@
 
 namespace Osl::Utils {
 
-/// A stream device whose plain read waits for a short time only and answers 0 when nothing came, so that its reader can
+/// A stream device whose plain read waits for a short time only and returns 0 when nothing came, so that its reader can
 /// look at the clock and at Ctrl-C in between.
 class PatientStream : public Drivers::IIOIf
 {

@@ -12,8 +12,8 @@ struct Timing
 
     /// Monotonic: a rate must not be wrong because the system's clock was set meanwhile.
     std::function<std::chrono::steady_clock::time_point()> now;
-    /// Waits for `duration`, less when `stopped` answers true, which it is asked often enough for Ctrl-C to feel
-    /// immediate. Answers false when stopped.
+    /// Waits for `duration`, less when `stopped` returns true, which it is asked often enough for Ctrl-C to feel
+    /// immediate. Returns false when stopped.
     std::function<bool(Duration duration, const std::function<bool()>& stopped)> wait;
 
     /// The real one.

@@ -29,7 +29,7 @@ public:
     void writeBlock16(uint32_t offset, const std::vector<uint16_t>& values) override;
     void writeBlock8(uint32_t offset, const std::vector<uint8_t>& values) override;
 
-    /// The current segment; asked before every access, so a closed or remapped device is noticed.
+    /// The current segment; fetched before every access, so a closed or remapped device is noticed.
     virtual MemSegment getMemSegment() = 0;
 
     /// Called before every access; a derived class raises when its memory is not available.

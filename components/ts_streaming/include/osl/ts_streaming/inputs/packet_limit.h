@@ -8,7 +8,7 @@
 
 namespace Osl::Ts::Streaming {
 
-/// A reader that ends after so many packets of its source.
+/// A reader that ends after a given number of packets of its source.
 class PacketLimit : public ITsReader
 {
 public:

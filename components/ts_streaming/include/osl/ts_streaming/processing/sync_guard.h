@@ -19,7 +19,7 @@ public:
     /// `next` may be null.
     explicit SyncGuard(std::unique_ptr<ITsProcessChain> next);
 
-    /// Answers fewer packets than it was given when sync is lost among them.
+    /// Returns fewer packets than it was given when sync is lost among them.
     std::span<uint8_t> process(std::span<uint8_t> buffer) override;
 
     /// Raises when sync was lost in the last buffer, which process() could not tell yet.

@@ -21,7 +21,7 @@ inline constexpr const char* SCM_BARSIZE_ATTRIBUTE = "/sys/class/zebscm/scm/bars
 
 /// Bytes received through the packet port, decimal.
 inline constexpr const char* PKTIO_RX_BYTES_ATTRIBUTE = "/sys/class/zebtsif/zebtsif_pktio_rx/bytesrx";
-/// Bytes sent through a TX DMA channel, decimal; {} stands for the channel's number.
+/// Bytes sent through a TX DMA channel, decimal; {} is the channel's number.
 inline constexpr const char* PKTIO_TX_BYTES_ATTRIBUTE = "/sys/class/zebtsif/zebtsif_pktio_tx{}/bytestx";
 
 } // namespace Osl::Drivers::Zeb

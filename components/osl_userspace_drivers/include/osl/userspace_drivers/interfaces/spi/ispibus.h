@@ -38,7 +38,7 @@ struct SpiSegment
 class ISpiBus
 {
 public:
-    /// Names the position in messages.
+    /// Name of the position in messages.
     virtual const std::string& device() const = 0;
 
     /// Most bytes that one message can send, and most that it can receive.
@@ -52,7 +52,7 @@ public:
     /// Raises SPIError when not every byte was moved.
     virtual void transfer(std::span<const SpiSegment> segments, const SpiAccess& access) = 0;
 
-    /// False when the bytes only are shown and nothing answers; what is received is then zero and means nothing.
+    /// False when the bytes are only shown and nothing answers; what is received is then zero and means nothing.
     virtual bool answers() const { return true; }
 
     virtual ~ISpiBus() = default;

@@ -10,9 +10,9 @@
 
 namespace Osl::Spi {
 
-/// The MAX2871 synthesiser: seven words of 32 bits, each with its register number in bits 2:0, sent the most
-/// significant bit first. The chip select is the part's latch: every word is a pulse of its own, at whose end it takes
-/// effect. Registers 0 to 5 can only be written, register 6 only be read, through the part's MUX output.
+/// The MAX2871 synthesiser: seven words of 32 bits, each with its register number in bits 2:0, sent most
+/// significant bit first. The chip select is the part's latch: every word is a pulse of its own and takes effect at
+/// its end. Registers 0 to 5 can only be written, register 6 only be read, through the part's MUX output.
 class Max2871 final : public SPISlaveIF
 {
 public:
@@ -54,7 +54,7 @@ public:
     {
         enum class Way {
             NONE,  ///< refuse
-            NO_CS, ///< clock with the chip select left alone, as the part wants it; few controllers can
+            NO_CS, ///< clock with the chip select left alone, as the part requires; few controllers can
             CS_LOW ///< clock with the chip select active, the address sent once more at the end so that only it latches
         };
         /// Words of registers 2 and 5 that the part runs with.

@@ -11,7 +11,7 @@ class RawPort final : public SPISlaveIF
 public:
     static constexpr std::string_view NAME = "raw";
 
-    /// Whatever is clocked, zeros of a read included, the chip at the other end can take for a write; so the user has
+    /// The chip at the other end may take whatever is clocked, even the zeros of a read, for a write; so the user has
     /// to have said that he means it.
     enum class Permission { REFUSE, TRANSFER };
 
@@ -20,7 +20,7 @@ public:
     unsigned registerBits() const override { return 8; }
     void checkRead(uint32_t offset, uint32_t count, unsigned width) const override;
 
-    /// Sends `bytes` and answers those that came back meanwhile.
+    /// Sends `bytes` and returns those that came back meanwhile.
     std::vector<uint8_t> exchange(uint32_t offset, const std::vector<uint8_t>& bytes);
 
 private:

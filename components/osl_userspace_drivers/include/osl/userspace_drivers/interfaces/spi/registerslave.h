@@ -24,7 +24,7 @@ struct Framing
     uint32_t dummyBytes;  ///< 0..16
     ByteOrder byteOrder;  ///< on the wire, of registers wider than a byte
     WideAccess wideAccess;
-    bool burst;    ///< the address counts up by itself, so that a block goes in as few frames as the bus allows
+    bool burst;    ///< the slave increments the address, so a block goes in as few frames as the bus allows
     bool verified; ///< against the slave's documentation or the slave itself
 };
 
@@ -59,7 +59,7 @@ inline constexpr Framing MAX5868_FRAMING{.slave = "max5868",
 class RegisterSlave final : public SPISlaveIF
 {
 public:
-    /// Whether a framing that nobody has verified may write: the wrong one can change any register, or the wrong chip.
+    /// Whether an unverified framing may write: the wrong one can change any register, or the wrong chip.
     enum class Unverified { REFUSE_WRITES, ALLOW_WRITES };
 
     /// Raises SPIError when `framing` has values outside their ranges.

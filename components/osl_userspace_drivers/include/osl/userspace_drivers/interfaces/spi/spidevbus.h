@@ -11,7 +11,7 @@ namespace Osl::Spi {
 class ISpidevCalls
 {
 public:
-    /// Answers a descriptor that the caller closes.
+    /// Returns a descriptor that the caller closes.
     virtual int open(const char* path, int flags) = 0;
     virtual int ioctl(int descriptor, unsigned long request, void* argument) = 0;
     virtual ~ISpidevCalls() = default;
@@ -37,8 +37,8 @@ public:
     };
 
     /// Opens `device` and sets mode, word size and speed, since all of them are shared with whoever used the node
-    /// before. `purpose` is what the bus is opened for. Raises SPIError, also when the file is no spidev node. `calls`
-    /// must outlive the bus.
+    /// before. `purpose` is what the bus is opened for. Raises SPIError, also for a file that is not a spidev node.
+    /// `calls` must outlive the bus.
     SpidevBus(std::string device, const Settings& settings, const SpiAccess& purpose,
               std::size_t maxBytes = spidevBufferLimit(), ISpidevCalls& calls = systemSpidevCalls());
 

@@ -48,8 +48,8 @@ public:
     virtual std::size_t getCustomHeaderLength() const { return HEADER_SIZE; }
     virtual std::size_t getCustomPacketLength() const { return TOTAL_PKT_SIZE; }
 
-    /// Stores a record in the 48 words at `pBuffer` and answers true; false when none came within `timeout` pauses, 0
-    /// being a single look. Over a stream the time-out is the stream's own, and what is no whole record counts as none.
+    /// Stores a record in the 48 words at `pBuffer` and returns true; false when none came within `timeout` pauses, 0
+    /// being a single look. Over a stream the time-out is the stream's own, and only whole records count.
     virtual bool readPacket(uint32_t* pBuffer, const uint64_t& timeout);
 
     /// Sends the record of 48 words at `pBuffer`. Blocks, without a limit, until the port is free.

@@ -24,7 +24,7 @@ public:
     std::string getName() const override;
     std::string getDescription() const override;
 
-    // The limits that the PID handling block's driver answers; here they limit nothing.
+    // The limits that the PID handling block's driver returns; here they limit nothing.
     virtual uint32_t getMaxPidIdx() const { return 256; }
     virtual uint32_t getTsiCount() const { return 256; }
     virtual uint32_t getMaxFilterCount() const { return 0xFFFFFFFF; }
