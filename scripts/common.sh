@@ -18,7 +18,7 @@ heading() {
     printf '\n=== %s\n' "$*"
 }
 
-# Refuses arguments, but answers --help.
+# Refuses all arguments but --help.
 no_arguments() {
     case ${1:-} in
         "") ;;

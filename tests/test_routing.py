@@ -114,7 +114,7 @@ ROUTE_TUNER = """
 
 
 def feed(folder, file, script, *options):
-    """Runs a script on a board whose tuner16 is fed; answers what left through modulator1."""
+    """Runs a script on a board whose tuner16 is fed; returns what left through modulator1."""
     argv = [LAUNCHER, "run", "--dir", folder, "--feed", f"tuner16={file}", *options, "--", "bash", "-c"]
     result = run_bare(*argv, ROUTE_TUNER + script)
     assert result == (0, "", "")
@@ -122,7 +122,7 @@ def feed(folder, file, script, *options):
 
 
 def until_left(packets):
-    """Waits until so many packets have left."""
+    """Waits until this many packets have left."""
     size = f"$(stat -c %s /dev/zebtsif_outputs/modulator1.ts 2>/dev/null)"
     return f"until [[ {size} -ge {packets * ts.TS} ]]; do sleep 0.01; done"
 
@@ -180,7 +180,7 @@ def joined(board):
 
 
 def exchange(board, folder, send, packets):
-    """Sends datagrams, ((group, port), bytes), of which so many packets must come; answers what came to GROUP_OUT."""
+    """Sends datagrams, ((group, port), bytes), from which `packets` must come; returns what came to GROUP_OUT."""
     wanted = {row.split(" ", 2)[2].split(", TSIIDX")[0] for row in board.run("riplut", "-a").out.splitlines()}
     wait_until(lambda: joined(board) == wanted)
     task = {

@@ -299,7 +299,7 @@ INPUTS = itertools.count(1)
 
 
 def route_to_cpu(board, *pids):
-    """Sends PIDs of an input to the processor, and nothing of what came before; answers the input's TSI.
+    """Sends PIDs of an input to the processor, and nothing of what came before; returns its TSI.
 
     It is one that no other test uses, as an earlier test's packets may still be on their way.
     """

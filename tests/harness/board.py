@@ -42,7 +42,7 @@ def environment():
 
 
 def run_bare(*argv, input=None, complaints=False, **options):
-    """Runs a command on this machine, where there is no board. One that has a board must not make it complain."""
+    """Runs a command on this machine, where there is no board. If it starts one, that must not complain."""
     done = subprocess.run(
         [str(word) for word in argv],
         input=input,
@@ -59,7 +59,7 @@ def run_bare(*argv, input=None, complaints=False, **options):
 
 
 def wait_until(condition):
-    """Waits until `condition` answers something that is true, for as long as anything may take."""
+    """Waits until `condition` returns something true, for as long as anything may take."""
     deadline = time.monotonic() + TIMEOUT
     while not condition() and time.monotonic() < deadline:
         time.sleep(0.005)
@@ -128,7 +128,7 @@ class Board:
             output.unlink()
 
     def output(self, port, packets):
-        """What left through a physical output, once it is so many packets."""
+        """What left through a physical output, once it is this many packets."""
         file = self.path("zebtsif_outputs") / f"{port}.ts"
         wait_until(lambda: file.exists() and file.stat().st_size >= packets * 188)
         return file.read_bytes()

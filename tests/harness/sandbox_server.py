@@ -2,7 +2,7 @@
 
 One JSON object a line: {"argv": [...], "input": text or null, "timeout": seconds}; the answer, again one line, is
 {"status": exit status or minus the signal's number, "out": text, "err": text}. Bytes that are no UTF-8 travel as
-surrogate escapes. One sandbox so serves many commands: each costs little more than its own process.
+surrogate escapes. So one sandbox serves many commands, and each costs little more than its own process.
 """
 
 import json

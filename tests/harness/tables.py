@@ -67,7 +67,7 @@ class Model:
             self.single[name][2][:] = self.reset[name]
 
     def random_command(self, random):
-        """Arguments of an edit, which is done here as well."""
+        """Arguments of an edit, which is made here as well."""
         number = random.choice
         small = lambda top: number([0, 1, 2, random.randrange(top + 1), top - 1, top])  # noqa: E731
         kind = random.randrange(100)

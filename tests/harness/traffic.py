@@ -1,8 +1,8 @@
 """Runs in a board's private network: traffic.py FILE sends and receives datagrams as the JSON object in FILE says.
 
 {"send": [[group, port, hexadecimal bytes], ...], "receive": [[group, port], ...], "packets": [number, ...], "patience":
-seconds, "quiet": seconds}; it ends once so many TS packets have come for each of "receive", or patience is at an end,
-and nothing more has come for a quiet time. The answer, on standard output, is a list of what came for each.
+seconds, "quiet": seconds}; it ends once that many TS packets have come for each of "receive", or patience runs out,
+and nothing more has come for the quiet time. The answer, on standard output, is a list of what came for each.
 """
 
 import json

@@ -88,7 +88,7 @@ def packet(pid, counter=0, pcr=None, body=b""):
 
 
 def made_up(count, pids=(0x100, 0x101, 0x1FFF), ticks=2000, pcr_every=20):
-    """So many packets that are all different; the PIDs take turns, PCRs on the first tell `ticks` for each packet."""
+    """`count` packets that are all different; the PIDs take turns, PCRs on the first tell `ticks` for each packet."""
     packets, counters = [], dict.fromkeys(pids, 0)
     for index in range(count):
         pid = pids[index % len(pids)]
