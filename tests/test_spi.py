@@ -20,7 +20,8 @@ class Chip:
         self._seen = 0
 
     def command(self, name, *options):
-        return self._board.run(name, "-s", self._slave, "-d", NODES[self._slave], *options)
+        own = {"-s": self._slave, "-d": NODES[self._slave]}
+        return self._board.run(name, *(word for pair in own.items() if pair[0] not in options for word in pair), *options)
 
     def good(self, name, *options):
         result = self.command(name, *options)
