@@ -82,11 +82,4 @@ std::shared_ptr<Drivers::IMemIf> ZEBFpgaOpenCloseCmd::getContainedMemIf() const
     return {m_Device.get(), [](Drivers::IMemIf*) {}};
 }
 
-FixedDeviceCmd::FixedDeviceCmd(const Drivers::Zeb::MappedDevice& device, std::string name, std::string usage,
-                               std::string description, StopFlag stopFlag)
-    : ZEBFpgaOpenCloseCmd(std::move(name), std::move(usage), std::move(description), std::move(stopFlag)),
-      m_Device(device)
-{
-}
-
 } // namespace Osl::Utils

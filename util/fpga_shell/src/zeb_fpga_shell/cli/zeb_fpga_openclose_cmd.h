@@ -8,7 +8,6 @@
 #include <cstdint>
 #include <memory>
 #include <string>
-#include <utility>
 
 namespace Osl::Utils {
 
@@ -53,30 +52,15 @@ private:
 };
 
 /// The same for a command whose device is fixed: the user has no say in it, so there are no device options.
-class FixedDeviceCmd : public ZEBFpgaOpenCloseCmd
+template <const Drivers::Zeb::MappedDevice& DEVICE>
+class DeviceOpenCloseCmd : public ZEBFpgaOpenCloseCmd
 {
 public:
-    FixedDeviceCmd(const Drivers::Zeb::MappedDevice& device, std::string name, std::string usage,
-                   std::string description, StopFlag stopFlag = {});
-
+    using ZEBFpgaOpenCloseCmd::ZEBFpgaOpenCloseCmd;
     void addOptions(Options& options) override { options.add(HELP_OPTION); }
 
 protected:
-    DeviceSettings getDeviceSettings(const Options&) const override { return {m_Device.mapSize, m_Device.path}; }
-
-private:
-    Drivers::Zeb::MappedDevice m_Device;
-};
-
-/// FixedDeviceCmd for a device known when the command is written.
-template <const Drivers::Zeb::MappedDevice& DEVICE>
-class DeviceOpenCloseCmd : public FixedDeviceCmd
-{
-public:
-    DeviceOpenCloseCmd(std::string name, std::string usage, std::string description, StopFlag stopFlag = {})
-        : FixedDeviceCmd(DEVICE, std::move(name), std::move(usage), std::move(description), std::move(stopFlag))
-    {
-    }
+    DeviceSettings getDeviceSettings(const Options&) const override { return {DEVICE.mapSize, DEVICE.path}; }
 };
 
 // Classes of their own, not other names of the template's, so that they can be declared ahead.
