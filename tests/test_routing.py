@@ -153,9 +153,9 @@ def test_paced_feed_loops_without_a_seam(tmp_path):
     "argument, message",
     [
         ("tuner0={tmp}/none.ts", "Cannot open {tmp}/none.ts: No such file or directory"),
-        ("tuner0={tmp}/text", "{tmp}/text cannot be fed: TS streaming read error: The input is no transport stream"),
+        ("tuner0={tmp}/text", "{tmp}/text cannot be fed: TS streaming read error: The input is not a transport stream"),
         ("tuner0={tmp}/empty", "{tmp}/empty"),
-        ("tuner22={tmp}/text", "there is no input \"tuner22\"; there are cam0, cam1, "),
+        ("tuner22={tmp}/text", "unknown input \"tuner22\"; expected one of cam0, cam1, "),
     ],
 )
 def test_unusable_feed(tmp_path, argument, message):
@@ -264,7 +264,7 @@ def test_datagrams_without_ts_are_reported_and_dropped(net_board, tmp_path):
     assert b"".join(came) == len(bad) * ts.join(only(sent[:7], 0x100, 0x200))
     complaints = net_board.new_complaints()
     assert 1 <= len(complaints) <= time.monotonic() - begun + 1  # one a second at most
-    assert complaints[0] == "1 datagrams to 239.1.1.1:1234 are no transport stream; the last has 0 bytes"
+    assert complaints[0] == "1 datagrams to 239.1.1.1:1234 are not a transport stream; the last has 0 bytes"
 
 
 def test_the_network_is_the_boards_own(net_board, tmp_path):
@@ -310,17 +310,17 @@ def send_to(designator, *commands):
     "act, complaint",
     [
         (poke_pid_lut((0xA100, 0), (0x6100, 0)), "PID LUT: row 1 of the active bank is not in order"),
-        (poke_pid_lut((0x6100, 0), (0x6100, 0)), "PID LUT: row 1 of the active bank has the key of the row before it"),
+        (poke_pid_lut((0x6100, 0), (0x6100, 0)), "PID LUT: row 1 of the active bank has the same key as the row before it"),
         (poke_ip_lut((0xEF000002, 0x01050050), (0xEF000001, 0x01060050)), "IP LUT: row 1 of the active bank is not in"),
-        (poke_ip_lut((0xEF000001, 0x01050050), (0xEF000001, 0x01060050)), "IP LUT: row 1 of the active bank has the key"),
-        (poke_ip_lut((0x0A000001, 0x01050050)), "IP LUT: 10.0.0.1:80 of TSI 5 is no multicast group"),
+        (poke_ip_lut((0xEF000001, 0x01050050), (0xEF000001, 0x01060050)), "IP LUT: row 1 of the active bank has the same key"),
+        (poke_ip_lut((0x0A000001, 0x01050050)), "IP LUT: 10.0.0.1:80 of TSI 5 is not a multicast group"),
         (transfer(b"0" * 200), "TX channel 2: 200 bytes were neither segment head nor packet record"),
         (transfer(b"\0\0\0\0\x47"), "TX channel 2: the sender ended inside a transfer; its last 5 bytes are dropped"),
         (transfer(segment(2 * ts.made_up(1), 0, header=2 << 30)), "a packet with the unknown designator 0x80000000"),
         (send_to("-P 7", "wropidmap -P 7 -t 3 -N 8", "wropidmap -P 8 -t 3 -N 7"), "the replication list from PIDIDX 7 loops"),
         (send_to("-o 3", "write32 -d tsio -o 259 -v 0x11b"), "a stream is mapped to PHYOIDX 27, where the board has no output"),
         (send_to("-o 3", "write32 -d tsio -o 1038 -v 0x0a000001", "write32 -d tsio -o 1039 -v 0x20050"),
-         "TSO 3 is sent to 10.0.0.1, which is no multicast group"),
+         "TSO 3 is sent to 10.0.0.1, which is not a multicast group"),
     ],
     ids=lambda value: value if isinstance(value, str) else "",
 )  # fmt: skip

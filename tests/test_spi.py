@@ -79,7 +79,7 @@ def test_fpga_port_registers(chip):
     ]
     assert fpga.words()[-2:] == [0xDEADBEEF, 2]
     refused = fpga.refusal("spiwrite", "-v", "1")
-    assert refused.startswith("/dev/spidev0.0: fpga: write of 32 bits at offset 0 refused: nobody has verified")
+    assert refused.startswith("/dev/spidev0.0: fpga: write of 32 bits at offset 0 refused: how this slave's registers")
     past = fpga.refusal("spiread", "-o", "0xffff", "-c", "2")
     assert "read of 32 bits at offset 65535 refused: 2 words from there on pass the end" in past
     assert "8 bits at offset 0 refused: a register has 32 bits" in fpga.refusal("spiread", "-w", "8")
@@ -88,7 +88,7 @@ def test_fpga_port_registers(chip):
 def test_reads_of_unverified_framing_come_with_a_warning(chip):
     result = chip("fpga").command("spiread", "-c", "0")
     assert (result.status, result.out) == (0, "\n")
-    assert "warning: /dev/spidev0.0: fpga: nobody has verified" in result.err
+    assert "warning: /dev/spidev0.0: fpga: how this slave's registers are read" in result.err
 
 
 def test_blocks_longer_than_the_drivers_buffer(chip):
@@ -165,7 +165,7 @@ def test_synthesiser_refusals(chip, words, text):
 def test_raw_bytes_only_when_forced(chip):
     dac = chip("max5868")
     raw = ["-s", "raw", "-v", "0x05,0x77", "-r"]
-    assert "the chip can take any clocked bytes for a write" in dac.refusal("spiwrite", *raw)
+    assert "the chip may take any bytes for a write" in dac.refusal("spiwrite", *raw)
     assert dac.good("spiwrite", *raw, "--force") == "0x00000000:  0xff 0xff \n"
     assert dac.log() == ["write 0x05 0x77"]
     assert "do not fit one message" in dac.refusal("spiread", "-s", "raw", "-c", "4097", "--force")

@@ -111,7 +111,7 @@ def test_loop_has_no_seam(streams, recorder, tmp_path, name):
     count = len(data) // ts.TS
     result = recorder.send("-f", source, "-o", 7, "-l", "-n", 3 * count)
     assert result.status == 0
-    assert "The input's last 100 bytes are no whole packet" in result.err
+    assert "The input's last 100 bytes are not a whole packet" in result.err
 
     sent = recorder.packets()
     assert len(sent) == 3 * count
@@ -180,9 +180,9 @@ def test_standard_input_and_fixed_counters(streams, recorder, tmp_path):
         (["-f", "{ts}", "-o", "256"], "Invalid TS TX DMA mode 3 or invalid TSI,PIDIDX,TSO value 256"),
         (["-f", "{ts}", "-i", "256"], "Accepted are --tsi 0-255, --pididx 1-4095, --tso 0-255 and --channel 0-3."),
         (["-f", "{ts}", "-i", "1", "-b", "0"], "--buffer: 0 is not in 1..100000"),
-        (["-f", "{ts}", "-i", "1", "-v", "loud"], "known are: trace, debug"),
+        (["-f", "{ts}", "-i", "1", "-v", "loud"], "expected one of trace, debug"),
         (["-f", "{ts}", "-i", "1", "-C", "4"], "Invalid TS TX DMA channel number 4"),
-        (["-f", "{tmp}/text", "-i", "1"], "is no transport stream of 188-byte packets: byte 0 is 0x74"),
+        (["-f", "{tmp}/text", "-i", "1"], "is not a transport stream of 188-byte packets: byte 0 is 0x74"),
         (["-f", "{tmp}/192", "-i", "1"], "It looks like packets of 192 bytes"),
         (["-f", "{tmp}/204", "-i", "1"], "It looks like packets of 204 bytes"),
         (["-f", "{tmp}/short", "-i", "1"], "holds 187 bytes, not even one TS packet"),

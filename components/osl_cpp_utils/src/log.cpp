@@ -57,7 +57,7 @@ Log::Level Log::levelFromName(std::string_view name)
     const auto found = std::find(LEVEL_NAMES.begin(), LEVEL_NAMES.end(), name);
     if (found == LEVEL_NAMES.end())
         OSL_RAISE(InvalidArgumentError,
-                  fmt::format("\"{}\" is no log level; known are: {}", name, fmt::join(LEVEL_NAMES, ", ")));
+                  fmt::format("unknown log level \"{}\"; expected one of {}", name, fmt::join(LEVEL_NAMES, ", ")));
     return static_cast<Level>(found - LEVEL_NAMES.begin());
 }
 

@@ -58,7 +58,8 @@ TEST(LogTest, LevelNames)
     try {
         Log::levelFromName("loud");
     } catch (const InvalidArgumentError& error) {
-        EXPECT_THAT(error.what(),
-                    HasSubstr("\"loud\" is no log level; known are: trace, debug, info, warning, error, critical"));
+        EXPECT_THAT(
+            error.what(),
+            HasSubstr("unknown log level \"loud\"; expected one of trace, debug, info, warning, error, critical"));
     }
 }

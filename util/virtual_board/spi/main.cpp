@@ -28,10 +28,10 @@ constexpr int SIGNAL_STATUS = 128; ///< plus the signal's number
 
 constexpr const char* USAGE = "usage: zeb_virtual_board_spi FOLDER COMMAND [ARGUMENT]...\n"
                               "\n"
-                              "Runs COMMAND with the SPI devices of a virtual board at /dev/spidev0.0 to 0.2; their\n"
-                              "chips' state and logs are in FOLDER. Makes files in /dev, so that has to be a private\n"
-                              "one: scripts/board arranges that. Where the kernel does not allow to answer for the\n"
-                              "devices it says so and runs COMMAND without them.\n";
+                              "Runs COMMAND with the SPI devices of a virtual board at /dev/spidev0.0 to 0.2; the\n"
+                              "state and the logs of their chips are in FOLDER. Makes files in /dev, which must be\n"
+                              "private; scripts/board sees to that. Where the kernel does not let the devices be\n"
+                              "answered for, it says so and runs COMMAND without them.\n";
 
 [[noreturn]] void becomeCommand(char** command)
 {

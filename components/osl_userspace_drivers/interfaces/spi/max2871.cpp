@@ -77,7 +77,7 @@ void Max2871::checkRead(uint32_t offset, uint32_t count, unsigned width) const
     if (offset < STATUS_REGISTER)
         refuse(access, fmt::format("register {} is write-only; only register 6 can be read", offset));
     if (offset > STATUS_REGISTER || count > 1)
-        refuse(access, "there is no register behind 6");
+        refuse(access, "there is no register above 6");
     if (m_ReadBack.way == ReadBack::Way::NONE)
         refuse(access, "reading register 6 can disturb a running part, and which way is safe depends on the board; "
                        "choose \"no_cs\" or \"cs_low\" for \"r6_readback\"");
@@ -189,7 +189,7 @@ uint32_t Max2871::clockOutStatus(const SpiAccess& access)
     const auto status = static_cast<uint32_t>(bits >> (m_ReadBack.sampleFalling ? 7 : 6));
     if (m_Bus.answers() && (status & TAG_MASK) != STATUS_REGISTER)
         OSL_RAISE(SPIError, fmt::format("{}: {} failed: {:#010x} came back, with address bits {} instead of 6. The MUX "
-                                        "setting, the sampled edge or the wiring is wrong, or there is no such part",
+                                        "setting, the sampled edge or the wiring is wrong, or the part is missing",
                                         m_Bus.device(), toString(access), status, status & TAG_MASK));
     return status;
 }

@@ -99,8 +99,8 @@ TEST_F(Max2871Test, WhatCannotBeReadIsRefusedBeforeAnythingIsSent)
     const Max2871::ReadBack csLow{.way = Way::CS_LOW, .mux = {}};
     EXPECT_THAT(refusal([](auto& part) { part.read32(6); }), HasSubstr("can disturb a running part"));
     EXPECT_THAT(refusal([](auto& part) { part.read32(5); }, csLow), HasSubstr("register 5 is write-only"));
-    EXPECT_THAT(refusal([](auto& part) { part.readBlock32(6, 2); }, csLow), HasSubstr("no register behind 6"));
-    EXPECT_THAT(refusal([](auto& part) { part.read32(7); }, csLow), HasSubstr("no register behind 6"));
+    EXPECT_THAT(refusal([](auto& part) { part.readBlock32(6, 2); }, csLow), HasSubstr("no register above 6"));
+    EXPECT_THAT(refusal([](auto& part) { part.read32(7); }, csLow), HasSubstr("no register above 6"));
     EXPECT_THAT(refusal([](auto& part) { part.read8(6); }, csLow), HasSubstr("read of 8 bits at offset 6 refused"));
     EXPECT_THAT(refusal([](auto&) {}, {.way = Way::CS_LOW, .mux = {{MUX_OFF_R5, MUX_OFF_R2}}}),
                 HasSubstr("addresses register 5, not 2"));

@@ -7,7 +7,7 @@ namespace Osl::Spi {
 void RawPort::check(const SpiAccess& access, std::size_t bytes) const
 {
     if (access.width != registerBits())
-        refuse(access, "raw transfers are of bytes (8 bits)");
+        refuse(access, "raw transfers are in bytes (8 bits)");
     if (access.offset != 0)
         refuse(access, "raw transfers have no addresses, only offset 0");
     if (bytes > m_Bus.maxBytes())
@@ -15,7 +15,7 @@ void RawPort::check(const SpiAccess& access, std::size_t bytes) const
                                    "the chip select",
                                    bytes, m_Bus.maxBytes()));
     if (m_Permission == Permission::REFUSE && m_Bus.answers())
-        refuse(access, "the chip can take any clocked bytes for a write; \"force\" transfers nevertheless, \"dry_run\" "
+        refuse(access, "the chip may take any bytes for a write; \"force\" transfers anyway, \"dry_run\" "
                        "shows the bytes");
 }
 

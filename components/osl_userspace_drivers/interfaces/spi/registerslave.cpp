@@ -24,10 +24,10 @@ void RegisterSlave::checkFraming() const
     const Framing& f = m_Framing;
     raiseUnless(
         f.addressBits >= 1 && f.addressBits <= 32 && (f.codeBits + f.addressBits) % 8 == 0,
-        fmt::format("{} address bits behind a code of {} bits: at most 32, and whole bytes together, are needed",
+        fmt::format("{} address bits after a code of {} bits: together they must be whole bytes, and at most 32 bits",
                     f.addressBits, f.codeBits));
     raiseUnless(f.dataBits == 8 || f.dataBits == 16 || f.dataBits == 32,
-                fmt::format("registers of {} bits are not known: 8, 16 or 32", f.dataBits));
+                fmt::format("registers of {} bits: expected 8, 16 or 32", f.dataBits));
     raiseUnless(f.dummyBytes <= 16, fmt::format("{} dummy bytes are not in 0..16", f.dummyBytes));
     raiseUnless(f.readCode != f.writeCode && std::max(f.readCode, f.writeCode) >> f.codeBits == 0,
                 fmt::format("the codes for reading ({:#x}) and writing ({:#x}) must differ and fit {} bits", f.readCode,
@@ -115,8 +115,9 @@ void RegisterSlave::writeWords(uint32_t offset, const std::vector<uint32_t>& val
 {
     const Range range = rangeOf(writing(offset, width), values.size());
     if (!m_Framing.verified && m_Unverified == Unverified::REFUSE_WRITES && m_Bus.answers())
-        refuse(writing(offset, width), "nobody has verified how this slave takes registers, so a write might change "
-                                       "anything; \"force\" writes nevertheless, \"dry_run\" shows the bytes");
+        refuse(writing(offset, width),
+               "how this slave's registers are written has not been verified, so a write might change "
+               "anything; \"force\" writes anyway, \"dry_run\" shows the bytes");
     const std::size_t registerBytes = m_Framing.dataBits / 8;
     const std::size_t perFrame = registersPerFrame(header(0, 0).size());
     for (uint32_t done = 0; done < range.count;) {

@@ -149,7 +149,8 @@ TEST(RegisterSlaveTest, RefusalsSendNothing)
     EXPECT_THAT(refusal([&] { dac.slave(MAX5868_FRAMING).readBlock32(0x40000000, 1); }), HasSubstr("pass the end"));
     EXPECT_THAT(refusal([&] { dac.slave(MAX5868_FRAMING).readBlock8(0, 0xFFFFFFFF); }), HasSubstr("pass the end"));
     EXPECT_THAT(refusal([&] { dac.slave(MAX5868_FRAMING, Unverified::REFUSE_WRITES).write8(0, 1); }),
-                HasSubstr("max5868: write of 8 bits at offset 0 refused: nobody has verified"));
+                HasSubstr("max5868: write of 8 bits at offset 0 refused: how this slave's registers are written has "
+                          "not been verified"));
 }
 
 TEST(RegisterSlaveTest, AbsentChipReadsAsOnes)
@@ -166,10 +167,10 @@ TEST(RegisterSlaveTest, FramingsOutOfRangeAreRefused)
     const auto refusal = [&](const std::function<void(Framing&)>& change) {
         return failureOf<SPIError>([&] { dac.slave(with(MAX5868_FRAMING, change)); });
     };
-    EXPECT_THAT(refusal([](Framing& f) { f.addressBits = 8; }), HasSubstr("8 address bits behind a code of 1 bits"));
+    EXPECT_THAT(refusal([](Framing& f) { f.addressBits = 8; }), HasSubstr("8 address bits after a code of 1 bits"));
     EXPECT_THAT(refusal([](Framing& f) { f.addressBits = 39; }), HasSubstr("at most 32"));
     EXPECT_THAT(refusal([](Framing& f) { f.addressBits = 0xFFFFFFFF; }), HasSubstr("at most 32"));
-    EXPECT_THAT(refusal([](Framing& f) { f.dataBits = 24; }), HasSubstr("registers of 24 bits are not known"));
+    EXPECT_THAT(refusal([](Framing& f) { f.dataBits = 24; }), HasSubstr("registers of 24 bits: expected 8, 16 or 32"));
     EXPECT_THAT(refusal([](Framing& f) { f.dummyBytes = 17; }), HasSubstr("17 dummy bytes are not in 0..16"));
     EXPECT_THAT(refusal([](Framing& f) { f.readCode = 2; }), HasSubstr("must differ and fit 1 bits"));
     EXPECT_THAT(refusal([](Framing& f) { f.readCode = 0; }), HasSubstr("must differ"));

@@ -70,7 +70,7 @@ SpidevBus::SpidevBus(std::string device, const Settings& settings, const SpiAcce
       m_Calls(calls)
 {
     if (m_SpeedHz == 0)
-        OSL_RAISE(SPIError, fmt::format("{}: {} refused: a clock of 0 Hz moves nothing", m_Device, toString(purpose)));
+        OSL_RAISE(SPIError, fmt::format("{}: {} refused: the speed must be above 0 Hz", m_Device, toString(purpose)));
     const int descriptor = m_Calls.open(m_Device.c_str(), O_RDWR | O_CLOEXEC);
     if (descriptor < 0)
         OSL_RAISE(SPIError, fmt::format("{}: {}: open failed. {}", m_Device, toString(purpose), errnoText(errno)));

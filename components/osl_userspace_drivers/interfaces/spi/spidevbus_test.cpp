@@ -109,7 +109,7 @@ TEST_F(SpidevBusTest, FilesThatAreNoSpidevNodeAreToldApart)
 
 TEST_F(SpidevBusTest, SettingsThatTheControllerRefusesFailTheOpen)
 {
-    EXPECT_THAT(openFailure({.mode = 0, .speedHz = 0}), HasSubstr("offset 7 refused: a clock of 0 Hz moves nothing"));
+    EXPECT_THAT(openFailure({.mode = 0, .speedHz = 0}), HasSubstr("offset 7 refused: the speed must be above 0 Hz"));
     m_Calls.failures = {{SPI_IOC_WR_MODE, EINVAL}};
     EXPECT_THAT(openFailure({.mode = SPI_LSB_FIRST, .speedHz = 1}),
                 HasSubstr("offset 7: setting mode 0x8 failed. Errno: (22 - "));

@@ -26,7 +26,7 @@ FileReader::FileReader(LinuxCppUtil::UniqueFD file, std::string name, AtEnd atEn
     if (!m_Regular) {
         if (m_Loop)
             OSL_RAISE(CppUtil::InvalidArgumentError,
-                      fmt::format("{} cannot be sent in a loop: it cannot be rewound, only a file can", m_Name));
+                      fmt::format("{} cannot be sent in a loop: only a file can be rewound", m_Name));
         return;
     }
     // Standard input may be a file of which a part was read before.

@@ -42,12 +42,13 @@ void FormatProbe::probe()
         return;
     }
     const std::size_t size = guessPacketSize(start);
-    OSL_RAISE(ReadException,
-              fmt::format("The input is no transport stream of {}-byte packets: byte {} is 0x{:02x}, not the sync byte "
-                          "0x{:02x}{}",
-                          TS_SIZE, bad, start[bad], SYNC_BYTE,
-                          size == 0 ? "" : fmt::format(". It looks like packets of {} bytes", size)),
-              ReadReason::BAD_DATA);
+    OSL_RAISE(
+        ReadException,
+        fmt::format("The input is not a transport stream of {}-byte packets: byte {} is 0x{:02x}, not the sync byte "
+                    "0x{:02x}{}",
+                    TS_SIZE, bad, start[bad], SYNC_BYTE,
+                    size == 0 ? "" : fmt::format(". It looks like packets of {} bytes", size)),
+        ReadReason::BAD_DATA);
 }
 
 std::span<uint8_t> FormatProbe::read(std::span<uint8_t> buffer)

@@ -97,16 +97,17 @@ const Width& widthOfAll(const std::string& text)
 {
     if (const Width* const width = findWidth(text, ""))
         return *width;
-    OSL_RAISE(Refusal, fmt::format("Invalid width: \"{}\" is none of 8, 16 and 32", text), Usage::SHOWN);
+    OSL_RAISE(Refusal, fmt::format("Invalid width: \"{}\" is not one of 8, 16 and 32", text), Usage::SHOWN);
 }
 
 uint32_t number(const char* what, const std::string& text)
 {
     if (const auto value = CppUtil::parseUint32(text))
         return *value;
-    OSL_RAISE(Refusal,
-              fmt::format("Invalid {}: \"{}\" is no decimal or \"0x\" hexadecimal number of up to 32 bits", what, text),
-              Usage::SHOWN);
+    OSL_RAISE(
+        Refusal,
+        fmt::format("Invalid {}: \"{}\" is not a decimal or \"0x\" hexadecimal number of up to 32 bits", what, text),
+        Usage::SHOWN);
 }
 
 } // namespace
@@ -168,7 +169,7 @@ void FpgaCmdModule::open(const Arguments& arguments, std::ostream& out)
     const auto& [path, ownSize] = device.decl.device;
     const uint32_t size = arguments.size() > 1 ? number("size", arguments[1]) : ownSize;
     if (size == 0)
-        OSL_RAISE(Refusal, "Invalid size: a mapping has at least one byte", Usage::SHOWN);
+        OSL_RAISE(Refusal, "Invalid size: it must be at least one byte", Usage::SHOWN);
 
     device.memory.reset();
     device.memory = std::make_unique<Pci::PciIf>(path, size, 0);

@@ -94,7 +94,7 @@ TEST_F(FpgaCmdModuleTest, SaysWhyItRefusesAndShowsTheUsage)
     const std::string write = "write <dev> <offset> <width> <Data>. Data and offset can be prefixed with \"0x\" for "
                               "hexadecimal";
     const auto notANumber = [](const char* what, const char* text) {
-        return fmt::format("Invalid {}: \"{}\" is no decimal or \"0x\" hexadecimal number of up to 32 bits", what,
+        return fmt::format("Invalid {}: \"{}\" is not a decimal or \"0x\" hexadecimal number of up to 32 bits", what,
                            text);
     };
     openBoth();
@@ -103,7 +103,7 @@ TEST_F(FpgaCmdModuleTest, SaysWhyItRefusesAndShowsTheUsage)
              {"open pidlut 64 xx", "Too many arguments: 3 given, 2 allowed", open},
              {"open scm", "Invalid dev designation: scm", open},
              {"open pidlut 64k", notANumber("size", "64k"), open},
-             {"open pidlut 0 ", "Invalid size: a mapping has at least one byte", open},
+             {"open pidlut 0 ", "Invalid size: it must be at least one byte", open},
              {"close /dev/pidlut", "Invalid dev designation: /dev/pidlut", close},
              {"read pidlut 0 ", "Missing argument: 2 given, 3 needed", read},
              {"read pidlut -1 1 ", notANumber("offset", "-1"), read},
@@ -113,7 +113,7 @@ TEST_F(FpgaCmdModuleTest, SaysWhyItRefusesAndShowsTheUsage)
              {"write pidlut 0 16bit 0x10000", "write cannot write data. 65536 (0x10000) is not a 16 bit value", write},
              {"write pidlut 0 32bit", "Missing argument: 3 given, 4 needed", write},
              {"write pidlut 0 32bit 1z", notANumber("data", "1z"), write},
-             {"readall 8bit", "Invalid width: \"8bit\" is none of 8, 16 and 32", "readall <8|16|32>"},
+             {"readall 8bit", "Invalid width: \"8bit\" is not one of 8, 16 and 32", "readall <8|16|32>"},
              {"writeall 32 xx", notANumber("word count", "xx"), "writeall <8|16|32> <WORD COUNT>"},
          })
         EXPECT_EQ(type(line), fmt::format("{}\n{}\n", reason, usage)) << line;

@@ -41,7 +41,7 @@ std::string ActiveIpLut::faultOf(const Table& table)
         if (ended || (row != 0 && key < last))
             return fmt::format("IP LUT: row {} of the active bank is not in order", row);
         if (row != 0 && key == last)
-            return fmt::format("IP LUT: row {} of the active bank has the key of the row before it", row);
+            return fmt::format("IP LUT: row {} of the active bank has the same key as the row before it", row);
         last = key;
     }
     return "";

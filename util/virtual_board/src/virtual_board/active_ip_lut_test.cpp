@@ -72,5 +72,5 @@ TEST_F(ActiveIpLutTest, FaultsAreThoseOfTheBankInUse)
     EXPECT_EQ(faultOf({SECOND, FIRST}), "IP LUT: row 1 of the active bank is not in order");
     EXPECT_EQ(faultOf({{0, 0x00FFFFFF}, FIRST}), "IP LUT: row 1 of the active bank is not in order");
     EXPECT_EQ(faultOf({FIRST, {0xEF010203, 0x010704D2}}),
-              "IP LUT: row 1 of the active bank has the key of the row before it");
+              "IP LUT: row 1 of the active bank has the same key as the row before it");
 }

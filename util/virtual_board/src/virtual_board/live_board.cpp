@@ -222,7 +222,7 @@ void LiveBoard::showCounters()
         channel.underruns.show(underruns);
         if (!channel.channel->ended() || underruns == channel.reportedUnderruns)
             continue;
-        std::cerr << "virtual board: TX channel " << number << ": data came later than its time, "
+        std::cerr << "virtual board: TX channel " << number << ": data came too late, "
                   << underruns - channel.reportedUnderruns << " times" << std::endl;
         channel.reportedUnderruns = underruns;
     }

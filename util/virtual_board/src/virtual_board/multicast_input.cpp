@@ -83,7 +83,7 @@ void MulticastInput::tune(const std::vector<IpLutRow>& rows)
         const CppUtil::IpAdrContainer address(row.group);
         const std::string name = fmt::format("{}:{}", address.toString(), row.port);
         if (!address.isMulticast()) {
-            m_Complain(fmt::format("IP LUT: {} of TSI {} is no multicast group", name, row.tsi));
+            m_Complain(fmt::format("IP LUT: {} of TSI {} is not a multicast group", name, row.tsi));
             continue;
         }
         Group& group = m_Groups.emplace(key, Group{.socket = nullptr, .tsi = row.tsi, .name = name}).first->second;
@@ -104,7 +104,7 @@ void MulticastInput::take(Group& group, const mmsghdr& message, const uint8_t* b
     ++group.badDatagrams;
     if (now < group.nextReport)
         return;
-    m_Complain(fmt::format("{} datagrams to {} are no transport stream; the last has {} bytes", group.badDatagrams,
+    m_Complain(fmt::format("{} datagrams to {} are not a transport stream; the last has {} bytes", group.badDatagrams,
                            group.name, message.msg_len));
     group.badDatagrams = 0;
     group.nextReport = now + REPORT_INTERVAL;

@@ -22,14 +22,14 @@ namespace {
 constexpr std::string_view USAGE =
     "usage: zeb_virtual_board [--net] [--feed PORT=FILE]... [--fast] FOLDER [COMMAND [ARGUMENT]...]\n"
     "\n"
-    "Makes FOLDER, or what is missing in it, the folder of a virtual board, whose files\n"
-    "dev/... and sys/class/... stand for the devices and attributes of a real one.\n"
-    "Then runs COMMAND, which is to find them at /dev/... and /sys/class/...:\n"
-    "scripts/board arranges that.\n"
+    "Makes FOLDER a virtual board, or adds what is missing in it. Its files dev/... and\n"
+    "sys/class/... take the place of a real board's devices and attributes. Then runs\n"
+    "COMMAND, which must find them at /dev/... and /sys/class/...; scripts/board sees to\n"
+    "that.\n"
     "\n"
-    "  --net    takes multicast streams in and sends them, on the loopback device\n"
-    "  --feed   feeds a TS file into a physical input, over and over, in its own time\n"
-    "  --fast   feeds go once, as fast as they can be routed, when their input is mapped\n";
+    "  --net    receive and send multicast streams, on the loopback device\n"
+    "  --feed   feed a TS file into a physical input, in a loop, in real time\n"
+    "  --fast   feed files once, as fast as possible, as soon as their input is mapped\n";
 
 void onChildsEnd(int) {}
 

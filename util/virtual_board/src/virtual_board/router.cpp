@@ -157,7 +157,7 @@ std::string Router::faultIn(uint32_t base) const
         if (key < last)
             return fmt::format("PID LUT: row {} of the active bank is not in order", row);
         if (key == last && key != STUFFING_KEY)
-            return fmt::format("PID LUT: row {} of the active bank has the key of the row before it", row);
+            return fmt::format("PID LUT: row {} of the active bank has the same key as the row before it", row);
         last = key;
     }
     return "";

@@ -156,6 +156,6 @@ TEST_F(RouterTest, UnsortedTablesAreReportedWhenTheyBecomeActive)
     words[129] = 0;
     pidLut({{0x00006200, 0}, {0x00006100, 0}});
     checkAFewTimes();
-    EXPECT_THAT(sinks.complaints, ElementsAre("PID LUT: row 1 of the active bank has the key of the row before it",
+    EXPECT_THAT(sinks.complaints, ElementsAre("PID LUT: row 1 of the active bank has the same key as the row before it",
                                               "PID LUT: row 1 of the active bank is not in order"));
 }

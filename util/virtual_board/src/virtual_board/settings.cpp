@@ -31,7 +31,7 @@ FeedSettings readFeed(const std::string& argument, const std::vector<FeedSetting
     const auto found = ports.find(port);
     if (found == ports.end())
         OSL_RAISE(InvalidArgumentError,
-                  fmt::format("--feed {}: there is no input \"{}\"; there are {}", argument, port, inputNames()));
+                  fmt::format("--feed {}: unknown input \"{}\"; expected one of {}", argument, port, inputNames()));
     if (std::any_of(before.begin(), before.end(),
                     [&](const FeedSettings& feed) { return feed.phyIIdx == found->second; }))
         OSL_RAISE(InvalidArgumentError, fmt::format("--feed {}: {} is fed already", argument, port));

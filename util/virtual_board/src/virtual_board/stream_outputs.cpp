@@ -60,7 +60,7 @@ void StreamOutputs::toNetwork(uint8_t tso, const uint8_t* packet, Clock::time_po
     const uint32_t group = IpOutFields::IP.get(row);
     if (!CppUtil::IpAdrContainer(group).isMulticast()) {
         if (m_BadGroups.insert(group).second)
-            m_Complain(fmt::format("TSO {} is sent to {}, which is no multicast group", tso,
+            m_Complain(fmt::format("TSO {} is sent to {}, which is not a multicast group", tso,
                                    CppUtil::IpAdrContainer(group).toString()));
         return;
     }

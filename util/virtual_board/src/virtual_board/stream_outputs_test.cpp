@@ -112,7 +112,7 @@ TEST_F(StreamOutputsTest, GroupsThatAreNoneAreReportedOnce)
     m_Words[1024 + 3 * 4 + 3] = 0x20050;
     send(3, Packet());
     send(3, Packet());
-    EXPECT_THAT(m_Complaints, ElementsAre("TSO 3 is sent to 10.0.0.1, which is no multicast group"));
+    EXPECT_THAT(m_Complaints, ElementsAre("TSO 3 is sent to 10.0.0.1, which is not a multicast group"));
 }
 
 TEST(ContinuityCheckTest, FollowsTheRules)

@@ -22,16 +22,17 @@ constexpr OptionDecl COUNT_OPTION{"c,count", OptionKind::NUMBER, "Number of word
                                   "1"};
 
 constexpr std::array WRITE_OPTIONS{
-    OptionDecl{"v,data", OptionKind::NUMBERS,
-               "Data value to write, or several, separated by commas, for the words from the offset on. Prefix with "
-               "\"0x\" for hex. Mandatory."},
+    OptionDecl{
+        "v,data", OptionKind::NUMBERS,
+        "Data value to write, or several separated by commas, for consecutive words from the offset. Prefix with "
+        "\"0x\" for hex. Mandatory."},
     OptionDecl{"r,readback", OptionKind::FLAG,
                "Read-back written data posterior to write operation. For raw: show what came back meanwhile."},
 };
 
 constexpr std::array SYNTHESISER_WRITE_OPTIONS{
     OptionDecl{"field", OptionKind::TEXT,
-               "max2871: NAME=VALUE, or several, separated by commas: sets fields of the data before it is written."},
+               "max2871: set fields of the data before it is written: NAME=VALUE, or several separated by commas."},
     OptionDecl{"rewrite_r0", OptionKind::NUMBER,
                "max2871: word for register 0, written last, so that double-buffered fields take effect."},
     OptionDecl{"startup", OptionKind::FLAG,
@@ -68,9 +69,10 @@ void readAndDump(const SpiTarget& target, Spi::SPISlaveIF& slave, uint32_t count
 void warnOfUnverified(const SpiTarget& target)
 {
     if (!target.framing.slave.empty() && !target.framing.verified && !target.force && !target.dryRun)
-        CppUtil::Log::instance().warning("{}: {}: nobody has verified how this slave's registers are read; the values "
-                                         "can be wrong",
-                                         target.device, target.slave);
+        CppUtil::Log::instance().warning(
+            "{}: {}: how this slave's registers are read has not been verified; the values "
+            "may be wrong",
+            target.device, target.slave);
 }
 
 /// The words to write: the data, with the fields of the synthesiser's registers put in.

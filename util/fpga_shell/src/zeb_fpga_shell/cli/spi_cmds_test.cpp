@@ -109,7 +109,7 @@ TEST(SpiCmdsTest, WhatNamesNoSlaveOrDeviceIsRefused)
                 }),
                 HasSubstr("\"device\" is missing"));
     EXPECT_THAT(refusal({"spiread", "-s", "max2870"}),
-                HasSubstr("\"slave\": \"max2870\" is none of: fpga, max2871, max5868, raw"));
+                HasSubstr("\"slave\": \"max2870\" is not one of fpga, max2871, max5868, raw"));
 }
 
 TEST(SpiCmdsTest, ErrorsNameDeviceOperationOffsetAndWidth)
@@ -126,7 +126,7 @@ TEST(SpiCmdsTest, ErrorsNameDeviceOperationOffsetAndWidth)
         StartsWith("SPI Error: /dev/null: fpga: write of 32 bits at offset 0: not a spidev node. Errno: (25 - "));
     EXPECT_THAT(
         refusal({"spiread", "-s", "fpga", "-w", "24", "-o", "9"}),
-        StartsWith("SPI Error: /dev/nix: fpga: access of 24 bits at offset 9 refused: the width is none of 8, 16, "
+        StartsWith("SPI Error: /dev/nix: fpga: access of 24 bits at offset 9 refused: the width must be 8, 16 or "
                    "32("));
     EXPECT_THAT(refusal({"spiwrite", "-s", "max5868", "-o", "4", "-v", "1,256"}),
                 HasSubstr("/dev/nix: max5868: write of 8 bits at offset 4 refused: 256 (0x100) is not a 8 bit value"));
@@ -139,15 +139,15 @@ TEST(SpiCmdsTest, OptionsThatDoNotFitAreRefused)
         Words words;
         const char* text;
     } cases[] = {
-        {{"spiread", "-s", "fpga", "--speed", "0"}, "speed: a clock of 0 Hz"},
+        {{"spiread", "-s", "fpga", "--speed", "0"}, "speed: must be above 0 Hz"},
         {{"spiread", "-s", "max2871", "--speed", "20000001"}, "speed: 20000001 Hz is above the 20000000 Hz"},
-        {{"spiread", "-s", "max2871", "--mode", "3"}, "mode: the part takes words in mode 0 only"},
-        {{"spiread", "-s", "raw", "--mode", "0x100"}, "mode: 0x100 has other bits than 0xff"},
+        {{"spiread", "-s", "max2871", "--mode", "3"}, "mode: the part works in mode 0 only"},
+        {{"spiread", "-s", "raw", "--mode", "0x100"}, "mode: 0x100 has bits other than 0xff"},
         {{"spiread", "-s", "max2871", "--addr_bits", "8"}, "\"addr_bits\" does not apply to this slave"},
         {{"spiread", "-s", "fpga", "--r6_mode", "0"}, "\"r6_mode\" does not apply to this slave"},
         {{"spiwrite", "-s", "max5868", "-v", "1", "--startup"}, "\"startup\" does not apply to this slave"},
-        {{"spiread", "-s", "fpga", "--byte_order", "Big"}, "\"byte_order\": \"Big\" is none of: big, little"},
-        {{"spiread", "-s", "max2871", "--r6_readback", "yes"}, "\"yes\" is none of: none, no_cs, cs_low"},
+        {{"spiread", "-s", "fpga", "--byte_order", "Big"}, "\"byte_order\": \"Big\" is not one of big, little"},
+        {{"spiread", "-s", "max2871", "--r6_readback", "yes"}, "\"yes\" is not one of none, no_cs, cs_low"},
         {{"spiread", "-s", "max2871", "--r6_mode", "2"}, "r6_mode: 2 is not in 0..1"},
         {{"spiread", "-s", "max2871", "--mux_r2", "2"}, "mux_r2 and mux_r5 belong together"},
         {{"spiwrite", "-s", "max2871"}, "the option \"data\" is missing"},
@@ -162,7 +162,7 @@ TEST(SpiCmdsTest, OptionsThatDoNotFitAreRefused)
          "cannot be read back"},
         {{"spiwrite", "-s", "max2871", "-o", "1", "-v", "1", "-r", "--dry_run"}, "register 1 is write-only"},
         {{"spiwrite", "-s", "raw", "-o", "1", "-v", "1", "--dry_run"}, "no addresses, only offset 0"},
-        {{"spiread", "-s", "raw", "-w", "16", "--dry_run"}, "raw transfers are of bytes"},
+        {{"spiread", "-s", "raw", "-w", "16", "--dry_run"}, "raw transfers are in bytes"},
         {{"spiread", "-s", "raw", "-c", "0xffffffff", "--dry_run"}, "4294967295 bytes do not fit one message"},
     };
     for (const auto& [words, text] : cases)

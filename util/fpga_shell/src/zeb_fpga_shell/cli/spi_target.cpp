@@ -64,7 +64,7 @@ Value choose(const Options& options, const char* name, const std::array<Choice<V
         if (word == choice.word)
             return choice.value;
     OSL_RAISE(SPIError,
-              fmt::format("option \"{}\": \"{}\" is none of: {}", name, word, fmt::join(wordsOf(choices), ", ")));
+              fmt::format("option \"{}\": \"{}\" is not one of {}", name, word, fmt::join(wordsOf(choices), ", ")));
 }
 
 bool declares(const Options& options, const OptionDecl& declaration)
@@ -125,14 +125,14 @@ void checkBusSettings(const SpiTarget& target)
 {
     const bool synthesiser = target.kind == SpiTarget::Kind::MAX2871;
     if (target.speedHz == 0)
-        target.fail("speed: a clock of 0 Hz moves nothing");
+        target.fail("speed: must be above 0 Hz");
     if (synthesiser && target.speedHz > Spi::Max2871::MAX_SPEED_HZ)
-        target.fail(fmt::format("speed: {} Hz is above the {} Hz that the part takes", target.speedHz,
+        target.fail(fmt::format("speed: {} Hz is above the {} Hz that the part supports", target.speedHz,
                                 Spi::Max2871::MAX_SPEED_HZ));
     if (target.mode > ALL_MODE_BITS)
-        target.fail(fmt::format("mode: {:#x} has other bits than {:#x}", target.mode, ALL_MODE_BITS));
+        target.fail(fmt::format("mode: {:#x} has bits other than {:#x}", target.mode, ALL_MODE_BITS));
     if (synthesiser && target.mode != 0)
-        target.fail("mode: the part takes words in mode 0 only");
+        target.fail("mode: the part works in mode 0 only");
 }
 
 } // namespace
@@ -172,7 +172,7 @@ SpiTarget SpiTarget::from(const Options& options)
 
     target.width = options.count("width") != 0 ? options["width"].as<uint32_t>() : defaultWidth(target);
     if (target.width != 8 && target.width != 16 && target.width != 32)
-        target.fail(fmt::format("access of {} bits at offset {} refused: the width is none of 8, 16, 32", target.width,
+        target.fail(fmt::format("access of {} bits at offset {} refused: the width must be 8, 16 or 32", target.width,
                                 target.offset));
     return target;
 }

@@ -22,9 +22,9 @@ std::vector<std::string_view> spiReadBackWays();
 
 /// The options that say which slave is meant and how it is reached; shared by the SPI commands.
 inline constexpr std::array SPI_TARGET_OPTIONS{
-    OptionDecl{"s,slave", OptionKind::TEXT, "What is to be accessed: fpga, max2871, max5868 or raw. Mandatory.",
-               nullptr, spiSlaves},
-    OptionDecl{"d,device", OptionKind::PATH, "spidev node, as /dev/spidev0.0. Mandatory."},
+    OptionDecl{"s,slave", OptionKind::TEXT, "Device to access: fpga, max2871, max5868 or raw. Mandatory.", nullptr,
+               spiSlaves},
+    OptionDecl{"d,device", OptionKind::PATH, "spidev node, such as /dev/spidev0.0. Mandatory."},
     OptionDecl{"o,offset", OptionKind::NUMBER, "Read/write Offset in words. Prefix with \"0x\" for hex.", "0"},
     OptionDecl{"w,width", OptionKind::NUMBER,
                "Word width in bits: 8, 16 or 32. Default: that of the slave's registers."},
@@ -33,11 +33,10 @@ inline constexpr std::array SPI_TARGET_OPTIONS{
 inline constexpr std::array SPI_BUS_OPTIONS{
     OptionDecl{"speed", OptionKind::NUMBER, "Clock in Hz. For max2871 at most 20000000.", "1000000"},
     OptionDecl{"mode", OptionKind::NUMBER,
-               "Mode bits of the bus: CPHA 1, CPOL 2, CS high 4, LSB first 8, three-wire 0x10. 0 only for max2871.",
-               "0"},
-    OptionDecl{"dry_run", OptionKind::FLAG, "Show the bytes that would go out, send none, open nothing."},
+               "Bus mode bits: CPHA 1, CPOL 2, CS high 4, LSB first 8, three-wire 0x10. Only 0 for max2871.", "0"},
+    OptionDecl{"dry_run", OptionKind::FLAG, "Show the bytes that would be sent; send none, open nothing."},
     OptionDecl{"force", OptionKind::FLAG,
-               "Write although the slave's framing is unverified (fpga, max5868); transfer raw bytes."},
+               "Write even though the slave's framing is unverified (fpga, max5868); transfer raw bytes."},
 };
 
 /// What differs from the framing that fpga and max5868 are taken to have.
@@ -47,15 +46,16 @@ inline constexpr std::array SPI_FRAMING_OPTIONS{
                "(default), 15, 23, 31."},
     OptionDecl{"data_bits", OptionKind::NUMBER, "Width of registers: 8, 16 or 32. Default: fpga 32, max5868 8."},
     OptionDecl{"read_code", OptionKind::NUMBER,
-               "What goes before the address of a read: fpga a byte (default 3), max5868 a bit (default 1)."},
-    OptionDecl{"write_code", OptionKind::NUMBER, "The same of a write. Default: fpga 2, max5868 0."},
+               "Code before the address of a read: for fpga a byte (default 3), for max5868 a bit (default 1)."},
+    OptionDecl{"write_code", OptionKind::NUMBER, "Code before the address of a write. Default: fpga 2, max5868 0."},
     OptionDecl{"dummy_bytes", OptionKind::NUMBER, "Bytes between address and data of a read, 0 to 16. Default: 0."},
-    OptionDecl{"byte_order", OptionKind::TEXT, "Of a register's bytes: big (default) or little.", nullptr,
+    OptionDecl{"byte_order", OptionKind::TEXT, "Byte order of a register: big (default) or little.", nullptr,
                spiByteOrders},
-    OptionDecl{"multi_byte", OptionKind::TEXT,
-               "Registers in a wider access: little (default), the lowest one least significant; big; or refuse.",
-               nullptr, spiWideAccesses},
-    OptionDecl{"burst", OptionKind::FLAG, "The slave counts addresses up: blocks go in one frame."},
+    OptionDecl{
+        "multi_byte", OptionKind::TEXT,
+        "Order of registers in a wider access: little (default; the lowest is least significant), big, or refuse.",
+        nullptr, spiWideAccesses},
+    OptionDecl{"burst", OptionKind::FLAG, "The slave increments addresses: send a block in one frame."},
 };
 
 /// How register 6 of max2871 is read.

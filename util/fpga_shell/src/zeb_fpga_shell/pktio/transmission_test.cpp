@@ -92,7 +92,7 @@ TEST_F(TransmissionTest, LimitCutTailAndMissingPcr)
 {
     makeFile(102, "cut");
     EXPECT_EQ(send().failure, "");
-    EXPECT_THAT(m_Warnings, HasSubstr("last 3 bytes are no whole packet"));
+    EXPECT_THAT(m_Warnings, HasSubstr("last 3 bytes are not a whole packet"));
 
     m_Settings.packetLimit = 70;
     EXPECT_THAT(send().summary, StartsWith("Sent 70 packets, 13160 bytes, 18 segments"));
