@@ -7,7 +7,9 @@ target_compile_options(osl_build_flags INTERFACE
     $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>
     # Errors carry the file they were raised in; users should see a path inside the project.
     -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
-target_compile_definitions(osl_build_flags INTERFACE _FILE_OFFSET_BITS=64)
+# Files of any size, and dates beyond January 2038, on 32-bit boards too.
+target_compile_definitions(osl_build_flags INTERFACE
+    _FILE_OFFSET_BITS=64 $<$<EQUAL:${CMAKE_SIZEOF_VOID_P},4>:_TIME_BITS=64>)
 
 if(CMAKE_UNITY_BUILD)
     # Sources that are compiled together are no headers, whatever GCC makes of their anonymous namespaces.

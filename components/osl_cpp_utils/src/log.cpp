@@ -2,10 +2,12 @@
 #include <osl/cpputils/log.h>
 
 #include <spdlog/logger.h>
-#include <spdlog/sinks/stdout_sinks.h>
+#include <spdlog/sinks/ostream_sink.h>
 
 #include <algorithm>
 #include <array>
+#include <chrono>
+#include <ctime>
 #include <iostream>
 
 namespace Osl::CppUtil {
@@ -20,12 +22,23 @@ spdlog::level::level_enum spdlogLevel(Log::Level level)
     return static_cast<spdlog::level::level_enum>(level);
 }
 
-template <class Sink>
-std::shared_ptr<spdlog::logger> makeLogger()
+/// Through the stream, not past it: what holds for its waits and failures holds for the log.
+std::shared_ptr<spdlog::logger> makeLogger(std::ostream& out)
 {
-    auto logger = std::make_shared<spdlog::logger>("zeb_fpga_shell", std::make_shared<Sink>());
+    constexpr bool FLUSH_EACH_LINE = true;
+    auto logger = std::make_shared<spdlog::logger>(
+        "zeb_fpga_shell", std::make_shared<spdlog::sinks::ostream_sink_st>(out, FLUSH_EACH_LINE));
     logger->set_pattern(PATTERN);
     return logger;
+}
+
+/// The C library's time: that of the C++ library ends in January 2038 on a 32-bit board.
+spdlog::log_clock::time_point now()
+{
+    timespec time = {};
+    ::clock_gettime(CLOCK_REALTIME, &time);
+    return spdlog::log_clock::time_point(std::chrono::duration_cast<spdlog::log_clock::duration>(
+        std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec)));
 }
 
 } // namespace
@@ -39,7 +52,7 @@ std::unique_ptr<Log>& Log::holder()
 void Log::setUp(Level threshold)
 {
     if (!holder())
-        holder().reset(new Log(makeLogger<spdlog::sinks::stderr_sink_st>()));
+        holder().reset(new Log(makeLogger(std::cerr)));
     holder()->m_Logger->set_level(spdlogLevel(threshold));
 }
 
@@ -47,7 +60,7 @@ Log& Log::instance()
 {
     if (!holder()) {
         std::cout << "No logsystem initialized. Falling back to stdout." << std::endl;
-        holder().reset(new Log(makeLogger<spdlog::sinks::stdout_sink_st>()));
+        holder().reset(new Log(makeLogger(std::cout)));
     }
     return *holder();
 }
@@ -63,6 +76,6 @@ Log::Level Log::levelFromName(std::string_view name)
 
 std::vector<std::string_view> Log::levelNames() { return {LEVEL_NAMES.begin(), LEVEL_NAMES.end()}; }
 
-void Log::write(Level level, const std::string& text) { m_Logger->log(spdlogLevel(level), text); }
+void Log::write(Level level, const std::string& text) { m_Logger->log(now(), {}, spdlogLevel(level), text); }
 
 } // namespace Osl::CppUtil
