@@ -1,6 +1,7 @@
 #include <osl/cpputils/error.h>
 #include <osl/cpputils/stringutils.h>
 #include <osl/linutils/attribute_file.h>
+#include <osl/linutils/interruptible.h>
 #include <osl/linutils/raii_filedescriptors.h>
 
 #include <fmt/format.h>
@@ -28,11 +29,11 @@ namespace {
 /// Reads up to `length` bytes in one call; answers their number.
 std::size_t readOnce(const std::string& path, void* buffer, std::size_t length)
 {
-    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    const int descriptor = Interruptible::open(path, O_RDONLY);
     if (descriptor == -1)
         raiseUnreadable(path, std::strerror(errno));
     const UniqueFD owner = ownFD(descriptor);
-    const ssize_t got = ::read(descriptor, buffer, length);
+    const ssize_t got = Interruptible::read(descriptor, buffer, length);
     if (got == -1)
         raiseUnreadable(path, std::strerror(errno));
     return static_cast<std::size_t>(got);
@@ -74,11 +75,11 @@ std::vector<uint32_t> readAttributeTable(const std::string& path, uint32_t count
 
 void writeAttributeTable(const std::string& path, std::span<const uint32_t> table)
 {
-    const int descriptor = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
+    const int descriptor = Interruptible::open(path, O_WRONLY);
     if (descriptor == -1)
         raiseUnwritable(path, std::strerror(errno));
     const UniqueFD owner = ownFD(descriptor);
-    const ssize_t written = ::write(descriptor, table.data(), table.size_bytes());
+    const ssize_t written = Interruptible::write(descriptor, table.data(), table.size_bytes());
     if (written == -1)
         raiseUnwritable(path, std::strerror(errno));
     if (static_cast<std::size_t>(written) != table.size_bytes())

@@ -1,3 +1,4 @@
+#include <osl/linutils/interruptible.h>
 #include <osl/linutils/raii_filedescriptors.h>
 #include <osl/linutils/whole_file.h>
 
@@ -5,17 +6,23 @@
 
 #include <array>
 #include <cerrno>
+#include <charconv>
 #include <climits>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <linux/magic.h>
 #include <optional>
 #include <sys/stat.h>
+#include <sys/vfs.h>
 #include <unistd.h>
+#include <utility>
 
 namespace Osl::LinuxCppUtil {
 namespace {
 
+constexpr mode_t NEW_FILE_MODE = 0666; ///< less the umask
 constexpr const char* NO_READING = "Unable to open readable file";
 constexpr const char* NO_WRITING = "Unable to open writable file";
 constexpr const char* WRITE_FAILED = "Unable to write file";
@@ -25,27 +32,18 @@ constexpr const char* WRITE_FAILED = "Unable to write file";
     OSL_RAISE(CppUtil::FileSystemError, fmt::format("{} \"{}\": {}", what, path, std::strerror(error)));
 }
 
-UniqueFD openOrRaise(const char* what, const std::string& path, int flags, const std::string& openedPath)
+UniqueFD openOrRaise(const char* what, const std::string& path, int flags)
 {
-    const int fd = ::open(openedPath.c_str(), flags | O_CLOEXEC, 0666);
+    const int fd = Interruptible::open(path, flags);
     if (fd == -1)
         raise(what, path, errno);
     return ownFD(fd);
 }
 
-/// Opening with O_NONBLOCK keeps a pipe without a partner from hanging; the transfer itself may wait.
-void makeBlocking(const UniqueFD& fd) { ::fcntl(*fd, F_SETFL, ::fcntl(*fd, F_GETFL) & ~O_NONBLOCK); }
-
 void writeAll(const std::string& path, const UniqueFD& fd, std::span<const uint8_t> bytes)
 {
-    while (!bytes.empty()) {
-        const ssize_t written = ::write(*fd, bytes.data(), bytes.size());
-        if (written == -1 && errno == EINTR)
-            continue;
-        if (written <= 0)
-            raise(WRITE_FAILED, path, written == -1 ? errno : ENOSPC);
-        bytes = bytes.subspan(static_cast<std::size_t>(written));
-    }
+    if (!Interruptible::writeAll(*fd, bytes))
+        raise(WRITE_FAILED, path, errno);
 }
 
 /// Some file systems report a failed write only here.
@@ -56,8 +54,22 @@ void closeOrRaise(const std::string& path, UniqueFD fd)
         raise(WRITE_FAILED, path, errno);
 }
 
-/// "" or a path that ends in "/".
-std::string folderOf(const std::string& path) { return path.substr(0, path.rfind('/') + 1); }
+/// "./" or a path that ends in "/".
+std::string folderOf(const std::string& path)
+{
+    const std::size_t end = path.rfind('/') + 1;
+    return end == 0 ? "./" : path.substr(0, end);
+}
+
+std::string nameOf(const std::string& path) { return path.substr(path.rfind('/') + 1); }
+
+/// The kernel's own links, to what a process has open, do not lead to a name: what their text says may be gone, or
+/// never have been a file.
+bool liesInProc(const std::string& path)
+{
+    struct statfs system = {};
+    return ::statfs(folderOf(path).c_str(), &system) == 0 && system.f_type == PROC_SUPER_MAGIC;
+}
 
 /// Where a file name leads when it is a symbolic link, also to a file that is not there yet.
 std::string followLinks(const std::string& path)
@@ -67,60 +79,168 @@ std::string followLinks(const std::string& path)
     for (int i = 0; i < MOST_LINKS; ++i) {
         std::array<char, PATH_MAX> buffer{};
         const ssize_t length = ::readlink(current.c_str(), buffer.data(), buffer.size());
-        if (length == -1)
+        if (length == -1 || liesInProc(current))
             return current;
         const std::string target(buffer.data(), static_cast<std::size_t>(length));
-        current = target.starts_with('/') ? std::string() : folderOf(current);
-        current += target;
+        current = target.starts_with('/') ? target : folderOf(current) + target;
     }
     raise(NO_WRITING, path, ELOOP);
 }
 
-/// A file of its own name that disappears unless it is put in the place of another.
-class FileBeside
+std::string realPath(const std::string& path)
+{
+    const std::unique_ptr<char, decltype(&std::free)> real(::realpath(path.c_str(), nullptr), &std::free);
+    return real ? real.get() : "";
+}
+
+/// The number of the descriptor of this process that the path stands for, as "/proc/self/fd/1" does.
+std::optional<int> ownDescriptor(const std::string& path)
+{
+    const std::string name = nameOf(path);
+    int number = 0;
+    const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), number);
+    if (error != std::errc() || end != name.data() + name.size() ||
+        realPath(folderOf(path)) != realPath("/proc/self/fd"))
+        return std::nullopt;
+    return number;
+}
+
+/// To a device, a pipe or what is open already: behind what stands there. An open file of one's own must be written
+/// through its own descriptor, which knows where that is.
+void writeThrough(const std::string& path, const std::string& target, std::span<const uint8_t> bytes)
+{
+    const std::optional<int> own = ownDescriptor(target);
+    const int copy = own ? ::fcntl(*own, F_DUPFD_CLOEXEC, STDERR_FILENO + 1) : -1;
+    UniqueFD fd = copy != -1 ? ownFD(copy) : openOrRaise(NO_WRITING, path, O_WRONLY | O_APPEND);
+    writeAll(path, fd, bytes);
+    closeOrRaise(path, std::move(fd));
+}
+
+void overwrite(const std::string& path, std::span<const uint8_t> bytes)
+{
+    UniqueFD fd = openOrRaise(NO_WRITING, path, O_WRONLY | O_CREAT | O_TRUNC);
+    writeAll(path, fd, bytes);
+    if (::fsync(*fd) != 0)
+        raise(WRITE_FAILED, path, errno);
+    closeOrRaise(path, std::move(fd));
+}
+
+/// The new content of a file while it is written: without a name where the file system can do that, so that nothing is
+/// left behind whatever ends the program.
+class Draft
 {
 public:
-    FileBeside(const std::string& path, const std::string& target)
-        : m_Path(path),
-          m_Target(target),
-          m_Name(fmt::format("{}.osl_{}.tmp", folderOf(target), ::getpid()))
+    /// `path` is how the user knows the file, `target` where it is.
+    Draft(const std::string& path, const std::string& target) : m_Target(target), m_Folder(folderOf(target))
     {
-        ::unlink(m_Name.c_str()); // left behind by a process that was killed
-        m_FD = openOrRaise(NO_WRITING, path, O_WRONLY | O_CREAT | O_EXCL, m_Name);
+        int fd = ::open(m_Folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, NEW_FILE_MODE);
+        if (fd == -1) {
+            m_Name = fmt::format("{}.osl_{}.tmp", m_Folder, ::getpid());
+            ::unlink(m_Name.c_str()); // left behind by a process that was killed
+            fd = ::open(m_Name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, NEW_FILE_MODE);
+        }
+        if (fd != -1)
+            m_FD = ownFD(fd);
+        else if (errno == ENOSPC || errno == EDQUOT)
+            raise(WRITE_FAILED, path, errno);
     }
-    ~FileBeside()
+    ~Draft()
     {
-        if (!m_Placed)
+        if (!m_Name.empty())
             ::unlink(m_Name.c_str());
     }
-    FileBeside(const FileBeside&) = delete;
-    FileBeside& operator=(const FileBeside&) = delete;
+    Draft(const Draft&) = delete;
+    Draft& operator=(const Draft&) = delete;
 
+    /// Empty when the folder lets nothing be made in it.
     const UniqueFD& fd() const { return m_FD; }
 
-    void place()
+    /// Puts the draft in the place of its target, in one step; false when that cannot be done here.
+    bool place()
     {
-        if (::fsync(*m_FD) != 0)
-            raise(WRITE_FAILED, m_Path, errno);
-        closeOrRaise(m_Path, std::move(m_FD));
-        if (std::rename(m_Name.c_str(), m_Target.c_str()) != 0)
-            raise(WRITE_FAILED, m_Path, errno);
-        m_Placed = true;
+        if (!m_Name.empty())
+            return rename();
+        if (link(m_Target))
+            return true;
+        constexpr int ATTEMPTS = 100; // for whoever does the same in this folder at this very moment
+        for (int i = 0; i < ATTEMPTS && errno == EEXIST; ++i) {
+            // Only a name can take the place of another one. What a process leaves behind that is killed just here is
+            // whole; the next one removes it.
+            const std::string name = fmt::format("{}.{}.osl_tmp", m_Folder, nameOf(m_Target));
+            ::unlink(name.c_str());
+            if (!link(name))
+                continue;
+            m_Name = name;
+            if (rename())
+                return true;
+            if (errno != ENOENT)
+                return false;
+            m_Name.clear();
+            errno = EEXIST; // somebody else's draft has taken the name, and the place
+        }
+        return false;
     }
 
 private:
-    const std::string& m_Path; ///< as the user knows it
-    const std::string& m_Target;
-    std::string m_Name;
+    bool link(const std::string& name) const
+    {
+        // This way is for the privileged alone; the other one needs /proc.
+        if (::linkat(*m_FD, "", AT_FDCWD, name.c_str(), AT_EMPTY_PATH) == 0)
+            return true;
+        return errno != EEXIST && ::linkat(AT_FDCWD, fmt::format("/proc/self/fd/{}", *m_FD).c_str(), AT_FDCWD,
+                                           name.c_str(), AT_SYMLINK_FOLLOW) == 0;
+    }
+
+    bool rename()
+    {
+        if (std::rename(m_Name.c_str(), m_Target.c_str()) != 0)
+            return false;
+        m_Name.clear();
+        return true;
+    }
+
+    std::string m_Target;
+    std::string m_Folder;
+    std::string m_Name; ///< empty while the draft has none
     UniqueFD m_FD;
-    bool m_Placed = false;
 };
+
+/// A new file's name is safe only when its folder is; where a folder cannot be told to, nothing more can be done.
+void syncFolder(const std::string& folder)
+{
+    const int fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd != -1)
+        ::fsync(*ownFD(fd));
+}
+
+/// Changes the file in one step; false, with nothing changed, where that cannot be done. `old` is the file that is
+/// there, if one is.
+bool replace(const std::string& path, const std::string& target, const std::optional<struct stat>& old,
+             std::span<const uint8_t> bytes)
+{
+    if (old && old->st_nlink > 1)
+        return false; // its other names would go on meaning the old content
+    Draft draft(path, target);
+    if (!draft.fd())
+        return false;
+    const int fd = *draft.fd();
+    if (old && (::fchown(fd, old->st_uid, old->st_gid) != 0 || ::fchmod(fd, old->st_mode & 07777) != 0))
+        return false;
+    writeAll(path, draft.fd(), bytes);
+    if (::fsync(fd) != 0)
+        raise(WRITE_FAILED, path, errno);
+    if (!draft.place())
+        return false;
+    syncFolder(folderOf(target));
+    return true;
+}
 
 } // namespace
 
 std::vector<uint8_t> readWholeFile(const std::string& path, std::size_t limit)
 {
-    const UniqueFD fd = openOrRaise(NO_READING, path, O_RDONLY | O_NONBLOCK, path);
+    // Without blocking: a device that is named by mistake must not keep anyone waiting before it is refused.
+    const UniqueFD fd = openOrRaise(NO_READING, path, O_RDONLY | O_NONBLOCK);
     struct stat status = {};
     if (::fstat(*fd, &status) != 0)
         raise(NO_READING, path, errno);
@@ -129,14 +249,11 @@ std::vector<uint8_t> readWholeFile(const std::string& path, std::size_t limit)
     if (!S_ISREG(status.st_mode) && !S_ISFIFO(status.st_mode))
         OSL_RAISE(CppUtil::FileSystemError,
                   fmt::format("{} \"{}\": neither a regular file nor a pipe", NO_READING, path));
-    makeBlocking(fd);
 
     std::vector<uint8_t> bytes(limit);
     std::size_t filled = 0;
     while (filled < limit) {
-        const ssize_t got = ::read(*fd, bytes.data() + filled, limit - filled);
-        if (got == -1 && errno == EINTR)
-            continue;
+        const ssize_t got = Interruptible::read(*fd, bytes.data() + filled, limit - filled);
         if (got == -1)
             raise("Unable to read file", path, errno);
         if (got == 0)
@@ -153,27 +270,15 @@ void writeWholeFile(const std::string& path, std::span<const uint8_t> bytes)
     const bool exists = ::stat(path.c_str(), &status) == 0;
     if (!exists && (errno != ENOENT || path.empty() || path.ends_with('/')))
         raise(NO_WRITING, path, errno);
-    if (exists && !S_ISREG(status.st_mode)) {
-        UniqueFD fd = openOrRaise(NO_WRITING, path, O_WRONLY | O_NONBLOCK, path);
-        makeBlocking(fd);
-        writeAll(path, fd, bytes);
-        closeOrRaise(path, std::move(fd));
+    const std::string target = followLinks(path);
+    if (exists && (!S_ISREG(status.st_mode) || liesInProc(target))) {
+        writeThrough(path, target, bytes);
         return;
     }
-
-    // A file that the user may not write must not be replaced either.
     if (exists)
-        openOrRaise(NO_WRITING, path, O_WRONLY, path);
-    const std::string target = followLinks(path);
-    FileBeside file(path, target);
-    if (exists) {
-        // Giving the file to its owner needs rights that the user may lack; the mode is what must stay.
-        [[maybe_unused]] const int ownerKept = ::fchown(*file.fd(), status.st_uid, status.st_gid);
-        if (::fchmod(*file.fd(), status.st_mode & 07777) != 0)
-            raise(WRITE_FAILED, path, errno);
-    }
-    writeAll(path, file.fd(), bytes);
-    file.place();
+        openOrRaise(NO_WRITING, path, O_WRONLY); // a file that the user may not write must not be replaced either
+    if (!replace(path, target, exists ? std::optional(status) : std::nullopt, bytes))
+        overwrite(path, bytes);
 }
 
 } // namespace Osl::LinuxCppUtil

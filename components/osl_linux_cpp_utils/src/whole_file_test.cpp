@@ -1,4 +1,5 @@
 #include <osl/cpputils/error.h>
+#include <osl/linutils/interruptible.h>
 #include <osl/linutils/raii_filedescriptors.h>
 #include <osl/linutils/whole_file.h>
 #include <osl/testing/failure_of.h>
@@ -7,6 +8,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <climits>
 #include <csignal>
 #include <fcntl.h>
 #include <filesystem>
@@ -127,13 +130,10 @@ TEST_F(WholeFileTest, PlacesThatCannotBeWrittenOrReadAreNamedWithTheReason)
     EXPECT_THAT(readFailure("/dev/zero"), StartsWith(reading + "/dev/zero\": neither a regular file nor a pipe("));
 }
 
-TEST_F(WholeFileTest, PipesAreReadAndWrittenButNotWaitedFor)
+TEST_F(WholeFileTest, PipesAreReadAndWritten)
 {
     const std::string pipe = path("pipe");
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
-    EXPECT_THAT(writeFailure(pipe), HasSubstr("Unable to open writable file"));
-    EXPECT_TRUE(readWholeFile(pipe, 100).empty());
-
     const UniqueFD otherEnd = ownFD(::open(pipe.c_str(), O_RDWR));
     writeWholeFile(pipe, BYTES);
     std::string received(BYTES.size(), ' ');
@@ -142,4 +142,56 @@ TEST_F(WholeFileTest, PipesAreReadAndWrittenButNotWaitedFor)
     ASSERT_EQ(::write(*otherEnd, BYTES.data(), BYTES.size()), 5);
     EXPECT_EQ(readWholeFile(pipe, BYTES.size()), BYTES);
     EXPECT_TRUE(fs::is_fifo(pipe));
+}
+
+TEST_F(WholeFileTest, WhatCannotBeReplacedIsWrittenInItsPlace)
+{
+    fs::create_hard_link(put("old", "longer than what comes"), path("other"));
+    writeWholeFile(path("old"), BYTES);
+    EXPECT_EQ(content("other"), TEXT);
+
+    const std::string longest(NAME_MAX, 'x'); // leaves no room for a name beside it
+    put(longest.c_str(), "longer than what comes");
+    writeWholeFile(path(longest.c_str()), BYTES);
+    EXPECT_EQ(content(longest.c_str()), TEXT);
+    EXPECT_EQ(files(), 3);
+}
+
+TEST_F(WholeFileTest, WhatIsOpenAlreadyIsWrittenBehindWhatStandsThere)
+{
+    const UniqueFD open = ownFD(::open(put("open", "").c_str(), O_WRONLY));
+    ASSERT_EQ(::write(*open, "head ", 5), 5);
+    writeWholeFile("/dev/fd/" + std::to_string(*open), BYTES);
+    ASSERT_EQ(::write(*open, " tail", 5), 5);
+    EXPECT_EQ(content("open"), "head " + TEXT + " tail");
+}
+
+TEST_F(WholeFileTest, WhatAKilledProcessLeftBehindIsRemoved)
+{
+    put(".old.osl_tmp", "whole, but never put in its place");
+    put("old", "old");
+    writeWholeFile(path("old"), BYTES);
+    EXPECT_EQ(content("old"), TEXT);
+    EXPECT_EQ(files(), 1);
+}
+
+/// Each wait ends although nobody comes, and says what was not done.
+TEST_F(WholeFileTest, TheUserEndsAWait)
+{
+    const std::string pipe = path("pipe");
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    const std::atomic<bool> stop = true;
+    Interruptible::stopOn(&stop);
+    const std::string reading = readFailure(pipe);
+    const std::string writing = writeFailure(pipe);
+    const UniqueFD silent = ownFD(::open(pipe.c_str(), O_RDWR | O_NONBLOCK));
+    const std::string full(1 << 20, 'x');
+    ASSERT_GT(::write(*silent, full.data(), full.size()), 0);
+    const std::string unread = writeFailure(pipe);
+    writeWholeFile(path("file"), BYTES); // nothing to wait for
+    Interruptible::stopOn(nullptr);
+    EXPECT_THAT(reading, HasSubstr("Unable to read file \"" + pipe + "\": Operation canceled("));
+    EXPECT_THAT(writing, HasSubstr("Unable to open writable file \"" + pipe + "\": Operation canceled("));
+    EXPECT_THAT(unread, HasSubstr("Unable to write file \"" + pipe + "\": Operation canceled("));
+    EXPECT_EQ(content("file"), TEXT);
 }

@@ -1,3 +1,4 @@
+#include <osl/linutils/interruptible.h>
 #include <osl/userspace_drivers/interfaces/posix/posix_ioif.h>
 
 #include <fmt/format.h>
@@ -17,7 +18,7 @@ std::string errnoText() { return fmt::format("Errno: ({} - {})", errno, std::str
 
 LinuxCppUtil::UniqueFD openDevice(const std::string& path, bool readOnly)
 {
-    const int descriptor = ::open(path.c_str(), (readOnly ? O_RDONLY : O_RDWR) | O_CLOEXEC);
+    const int descriptor = LinuxCppUtil::Interruptible::open(path, readOnly ? O_RDONLY : O_RDWR);
     if (descriptor == -1)
         OSL_RAISE(CppUtil::FileSystemError, fmt::format("Could not open ({}). {}", path, errnoText()));
     return LinuxCppUtil::ownFD(descriptor);

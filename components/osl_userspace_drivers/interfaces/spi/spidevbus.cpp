@@ -1,5 +1,6 @@
 #include <osl/cpputils/assertion.h>
 #include <osl/cpputils/stringutils.h>
+#include <osl/linutils/attribute_file.h>
 #include <osl/userspace_drivers/interfaces/spi/spidevbus.h>
 
 #include <fmt/format.h>
@@ -8,7 +9,6 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
-#include <fstream>
 #include <linux/spi/spidev.h>
 #include <sys/ioctl.h>
 #include <utility>
@@ -55,10 +55,12 @@ std::size_t spidevBufferLimit(const std::string& path)
 {
     // The driver rounds each transfer up to the alignment of its DMA buffers, 128 bytes at most, before it compares.
     constexpr std::size_t ALIGNMENT = 128;
-    std::ifstream file(path);
-    std::string text;
-    std::getline(file, text);
-    const std::size_t limit = CppUtil::parseUint32(text).value_or(DEFAULT_BUFFER_LIMIT);
+    std::size_t limit = 0;
+    try {
+        limit = CppUtil::parseUint32(LinuxCppUtil::readAttributeText(path)).value_or(0);
+    } catch (const CppUtil::FileSystemError&) {
+        return DEFAULT_BUFFER_LIMIT;
+    }
     return limit < ALIGNMENT ? DEFAULT_BUFFER_LIMIT : limit - limit % ALIGNMENT;
 }
 

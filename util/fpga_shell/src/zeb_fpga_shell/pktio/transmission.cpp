@@ -1,10 +1,10 @@
 #include "zeb_fpga_shell/pktio/transmission.h"
 
 #include "zeb_fpga_shell/pktio/bit_rate.h"
-#include "zeb_fpga_shell/pktio/interruptible_calls.h"
 #include "zeb_fpga_shell/pktio/monitored_sinks.h"
 
 #include <osl/cpputils/log.h>
+#include <osl/linutils/interruptible.h>
 #include <osl/ts_streaming/inputs/file_reader.h>
 #include <osl/ts_streaming/inputs/format_probe.h>
 #include <osl/ts_streaming/inputs/packet_limit.h>
@@ -35,7 +35,7 @@ namespace {
 LinuxCppUtil::UniqueFD openInput(const std::string& file)
 {
     const int descriptor = file == "-" ? ::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)
-                                       : ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
+                                       : LinuxCppUtil::Interruptible::open(file, O_RDONLY);
     if (descriptor < 0)
         OSL_RAISE(CppUtil::FileSystemError,
                   fmt::format("Cannot open {}: {} (errno {})", file == "-" ? "standard input" : file,
@@ -213,7 +213,7 @@ std::string Transmission::summary() const
 
 SendResult Transmission::run()
 {
-    const InterruptibleCalls interruptible;
+    const LinuxCppUtil::Interruptible::InterruptedBySignals interrupted;
     move();
     finish();
     m_Monitor.clearLine();
