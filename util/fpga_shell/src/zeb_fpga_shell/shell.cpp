@@ -3,6 +3,7 @@
 #include "zeb_fpga_shell/shell_error.h"
 
 #include <osl/cpputils/stringutils.h>
+#include <osl/linutils/stream_buffers.h>
 
 #include <fmt/format.h>
 
@@ -46,7 +47,8 @@ int Shell::run()
 {
     m_Out << getBanner() << getPrompt();
     for (;;) {
-        m_Out.flush(); // the user must see what was echoed before the next key
+        if (!m_Out.flush()) // the user must see what was echoed before the next key
+            OSL_RAISE(ShellError, "The output could not be written" + LinuxCppUtil::failureReason(m_Out) + ".");
         char ch = 0;
         if (!m_In.get(ch))
             return leaveAtEndOfInput();

@@ -3,14 +3,16 @@
 #include "zeb_fpga_shell/pktio/bit_rate.h"
 #include "zeb_fpga_shell/pktio/stream_rates.h"
 
+#include <osl/linutils/attribute_file.h>
 #include <osl/userspace_drivers/drivers/zeb/zeb_attributes.h>
 
 #include <fmt/format.h>
 
 #include <array>
-#include <fstream>
+#include <charconv>
 #include <iostream>
 #include <ostream>
+#include <system_error>
 #include <utility>
 
 namespace Osl::Utils {
@@ -44,11 +46,18 @@ std::chrono::milliseconds sampleTime(const Options& options, const std::string& 
 
 uint64_t readCounter(const std::string& path)
 {
-    std::ifstream file(path);
-    uint64_t value = 0;
-    if (!(file >> value))
-        OSL_RAISE(CppUtil::FileSystemError, "Could not open: " + path);
-    return value;
+    std::string reason;
+    try {
+        const std::string text = LinuxCppUtil::readAttributeText(path);
+        uint64_t value = 0;
+        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+        if (error == std::errc() && end == text.data() + text.size())
+            return value;
+        reason = fmt::format("\"{}\" is not a number of bytes", text);
+    } catch (const CppUtil::FileSystemError& error) {
+        reason = error.what();
+    }
+    OSL_RAISE(CppUtil::FileSystemError, fmt::format("Could not open: {} ({})", path, reason));
 }
 
 } // namespace

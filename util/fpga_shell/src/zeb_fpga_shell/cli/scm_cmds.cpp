@@ -4,6 +4,7 @@
 
 #include <osl/cpputils/stringutils.h>
 #include <osl/linutils/attribute_file.h>
+#include <osl/linutils/terminal_mode.h>
 #include <osl/userspace_drivers/drivers/zeb/scm/scmdriver.h>
 #include <osl/userspace_drivers/drivers/zeb/zeb_attributes.h>
 
@@ -11,6 +12,8 @@
 
 #include <array>
 #include <iostream>
+#include <optional>
+#include <unistd.h>
 
 namespace Osl::Utils {
 namespace {
@@ -35,17 +38,25 @@ constexpr std::array WRITE_OPTIONS{
 struct KeyOption
 {
     const char* longName = nullptr;
+    const char* what = nullptr; ///< as the prompt asks for it
     OptionDecl declaration;
     ScmKeySlot slot;
 };
 
 constexpr std::array KEY_OPTIONS{
     KeyOption{"even_key",
+              "Even key",
               {"e,even_key", OptionKind::TEXT, "Even common scrambling key. E.g: 0F1E2D3C4B5A69788796A5B4C3D2E1F0"},
               SCM_KEY_EVEN},
-    KeyOption{"even_iv", {"E,even_iv", OptionKind::TEXT, "Even common scrambling initialization vector."}, SCM_IV_EVEN},
-    KeyOption{"odd_key", {"o,odd_key", OptionKind::TEXT, "Odd common scrambling key."}, SCM_KEY_ODD},
-    KeyOption{"odd_iv", {"O,odd_iv", OptionKind::TEXT, "Odd common scrambling initialization vector."}, SCM_IV_ODD},
+    KeyOption{"even_iv",
+              "Even initialization vector",
+              {"E,even_iv", OptionKind::TEXT, "Even common scrambling initialization vector."},
+              SCM_IV_EVEN},
+    KeyOption{"odd_key", "Odd key", {"o,odd_key", OptionKind::TEXT, "Odd common scrambling key."}, SCM_KEY_ODD},
+    KeyOption{"odd_iv",
+              "Odd initialization vector",
+              {"O,odd_iv", OptionKind::TEXT, "Odd common scrambling initialization vector."},
+              SCM_IV_ODD},
 };
 
 std::string lineOf(const ScmDriver::Row& row)
@@ -54,13 +65,48 @@ std::string lineOf(const ScmDriver::Row& row)
                        row.entry.scmIdx, row.entry.pid, row.entry.keyIdx);
 }
 
-/// The key of an option's value. One that came from the input stream is not shown when it is refused.
-ScmKey keyOf(const std::string& value, std::istream& in)
+/// Reads lines that stand for keys. At a terminal it asks for them, and what is typed is not shown.
+class KeyInput
 {
-    std::string digits = value;
-    if (value == "-")
-        std::getline(in, digits);
-    const std::optional<ScmKey> key = parseScmKey(digits);
+public:
+    explicit KeyInput(std::istream& in) : m_In(in), m_Prompts(&in == &std::cin && ::isatty(STDIN_FILENO) == 1) {}
+
+    std::string ask(const char* what)
+    {
+        using LinuxCppUtil::TerminalMode;
+        if (m_Prompts) {
+            if (!m_Quiet)
+                m_Quiet.emplace(ECHO, TerminalMode::AtEnd::AS_BEFORE);
+            std::cerr << what << ", 32 hexadecimal digits (not shown): " << std::flush;
+        }
+        std::string line;
+        try {
+            std::getline(m_In, line);
+        } catch (const CppUtil::IOError& error) {
+            endLine();
+            OSL_RAISE(ShellError, fmt::format("No key was written. {}", error.what()));
+        }
+        endLine();
+        return line;
+    }
+
+private:
+    /// The terminal did not show the one that was typed.
+    void endLine() const
+    {
+        if (m_Prompts)
+            std::cerr << std::endl;
+    }
+
+    std::istream& m_In;
+    bool m_Prompts;
+    std::optional<LinuxCppUtil::TerminalMode> m_Quiet;
+};
+
+/// The key of an option's value. One that came from the input stream is not shown when it is refused.
+ScmKey keyOf(const KeyOption& option, const std::string& value, KeyInput& input)
+{
+    const std::optional<ScmKey> key = parseScmKey(value == "-" ? input.ask(option.what) : value);
     if (!key)
         OSL_RAISE(ShellError, fmt::format("Cannot convert {} into valid 128 bit key/IV", value));
     return *key;
@@ -145,13 +191,14 @@ void ScmWriteKeys::addOptions(Options& options)
 int ScmWriteKeys::doFpgaCommand(Options& options, std::ostream&, std::istream& in)
 {
     std::vector<std::pair<ScmKeySlot, ScmKey>> keys;
+    KeyInput input(in);
     for (const KeyOption& option : KEY_OPTIONS) {
         if (options.count(option.longName) != 0)
-            keys.emplace_back(option.slot, keyOf(options[option.longName].as<std::string>(), in));
+            keys.emplace_back(option.slot, keyOf(option, options[option.longName].as<std::string>(), input));
     }
     if (keys.empty())
         OSL_RAISE(ShellError, "Missing manadatory key and/or IV option");
-    const LinuxCppUtil::FileLock lock = lockDevice();
+    const LinuxCppUtil::FileLock lock = lockDevice(); // nobody else has to wait while a user types
     ScmDriver driver(getMemIf());
     for (const auto& [slot, key] : keys)
         driver.writeKey(slot, key);
