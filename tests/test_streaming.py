@@ -288,13 +288,6 @@ def test_file_that_shrinks_ends_the_send_after_what_is_left(streams, tmp_path):
     assert sent == data[: 5_000_100 // ts.TS * ts.TS] and packets == 5_000_100 // ts.TS
 
 
-def reset_packet_port(board):
-    """Forgets the packets that earlier tests left in it."""
-    board.poke(PKTIO, 258, 1)
-    board.settle()
-    board.poke(PKTIO, 258, 0)
-
-
 INPUTS = itertools.count(1)
 
 
@@ -304,7 +297,7 @@ def route_to_cpu(board, *pids):
     It is one that no other test uses, as an earlier test's packets may still be on their way.
     """
     tsi = next(INPUTS)
-    reset_packet_port(board)
+    board.reset_packet_port()
     for row, pid in enumerate(pids):
         board.poke(PIDLUT, 8192 + 2 * row, tsi << 13 | pid, 0xFF002000)
     return tsi
@@ -360,15 +353,6 @@ def test_rates_move_while_a_stream_is_sent(board, streams):
         assert int(taken) > 0 and float(seconds) >= 0.49
 
 
-def test_capture_without_packets_gives_up(board):
-    reset_packet_port(board)
-    result = board.run("rdtspackets", "-T", "150", "-c", "2")
-    assert (result.status, result.out) == (255, "")
-    assert result.err == "Encountered an error: no packet came for 150 ms (packets taken: 0)\n"
-    assert board.run("rdtspackets", "-p", "8192").err.startswith("Encountered an error: Out of Range Error: --pid: 8192")
-    assert board.run("rdtspackets", "-f", "/nowhere/x").status == 255
-
-
 def test_ctrl_c_again_and_again_ends_a_send_as_cleanly(board, streams):
     """The further ones interrupt the rest of a transfer of which the channel has taken a part."""
     result = board.sh(
@@ -405,7 +389,7 @@ def test_ctrl_c_ends_a_capture_with_what_came(board, streams, tmp_path):
     ],
 )
 def test_ctrl_c_ends_long_commands_at_once_between_lines(board, tmp_path, command, lines):
-    reset_packet_port(board)
+    board.reset_packet_port()
     out = tmp_path / "out"
     out.touch()
     result = board.sh(

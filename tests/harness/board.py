@@ -127,6 +127,12 @@ class Board:
         for output in self.path("zebtsif_outputs").iterdir():
             output.unlink()
 
+    def reset_packet_port(self):
+        """Forgets the packets that earlier tests left in it."""
+        self.poke(PKTIO, 258, 1)
+        self.settle()
+        self.poke(PKTIO, 258, 0)
+
     def output(self, port, packets):
         """What left through a physical output, once it is this many packets."""
         file = self.path("zebtsif_outputs") / f"{port}.ts"

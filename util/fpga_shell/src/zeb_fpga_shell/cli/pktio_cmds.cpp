@@ -1,20 +1,18 @@
 #include "zeb_fpga_shell/cli/pktio_cmds.h"
 
 #include "zeb_fpga_shell/pktio/capture.h"
-#include "zeb_fpga_shell/pktio/patient_stream.h"
+#include "zeb_fpga_shell/pktio/packet_file.h"
+#include "zeb_fpga_shell/pktio/receive_port.h"
 #include "zeb_fpga_shell/pktio/transmission.h"
 
 #include <osl/cpputils/log.h>
 #include <osl/ts_streaming/outputs/pcrsegwriter_zebhw.h>
-#include <osl/userspace_drivers/interfaces/posix/posix_ioif.h>
 
 #include <fmt/format.h>
 
 #include <array>
-#include <cerrno>
-#include <cstring>
-#include <fstream>
 #include <iostream>
+#include <optional>
 #include <unistd.h>
 
 namespace Osl::Utils {
@@ -52,6 +50,7 @@ constexpr std::array CAPTURE_OPTIONS{
     OptionDecl{"x,hex", OptionKind::FLAG, "Dump the bytes of each packet"},
     OptionDecl{"s,stats", OptionKind::FLAG, "At the end, show statistics of each input and PID"},
     OptionDecl{"T,timeout", OptionKind::NUMBER, "Milliseconds without any packet to give up after; 0: never", "1000"},
+    OptionDecl{"fresh", OptionKind::FLAG, "First discard the packets that wait in the port"},
     OptionDecl{"R,registers", OptionKind::FLAG, "Take packets from the port's registers, not from its stream device"},
     VERBOSITY_OPTION,
     HELP_OPTION,
@@ -138,41 +137,6 @@ CaptureSettings captureSettings(const Options& options)
     return settings;
 }
 
-/// Where a capture's packets go: nowhere, to a file, or to standard output.
-class PacketFile
-{
-public:
-    PacketFile(const std::string& path, std::ostream& standardOutput) : m_Path(path)
-    {
-        if (path == "-") {
-            m_Stream = &standardOutput;
-        } else if (!path.empty()) {
-            m_File.open(path, std::ios::binary | std::ios::trunc);
-            m_Stream = &m_File;
-            check("open");
-        }
-    }
-    std::ostream* stream() const { return m_Stream; }
-    void finish()
-    {
-        if (m_Stream != nullptr)
-            m_Stream->flush();
-        check("write");
-    }
-
-private:
-    void check(const char* attempt) const
-    {
-        if (m_Stream != nullptr && !*m_Stream)
-            OSL_RAISE(CppUtil::FileSystemError,
-                      fmt::format("Cannot {} {}: {} (errno {})", attempt, m_Path, std::strerror(errno), errno));
-    }
-
-    std::string m_Path;
-    std::ofstream m_File;
-    std::ostream* m_Stream = nullptr;
-};
-
 } // namespace
 
 void WrTsPacketsCmd::addOptions(Options& options) { options.add(SEND_OPTIONS); }
@@ -207,44 +171,53 @@ int RdTsPacketsCmd::doFpgaCommand(Options& options, std::ostream& out, std::istr
 {
     setVerbosity(options);
     const CaptureSettings settings = captureSettings(options);
-    const std::string path = options["file"].as<std::string>();
-    const bool binaryOutput = path == "-";
+    std::optional<PacketFile> file;
+    if (options.count("file") != 0)
+        file.emplace(options["file"].as<std::string>());
+    const bool binaryOutput = file && file->isStandardOutput();
     if (binaryOutput && settings.hex)
         OSL_RAISE(CppUtil::InvalidArgumentError, "--hex and --file - both want standard output");
     std::ostream& text = binaryOutput ? std::cerr : out;
 
     const Timing timing = Timing::real();
     const auto stopped = [this] { return stopRequested(); };
-    std::unique_ptr<Drivers::Zeb::PktIODriver> port;
-    if (options.count("registers") != 0) {
-        port = std::make_unique<Drivers::Zeb::PktIODriver>(getContainedMemIf());
-    } else {
-        const std::string device = Drivers::Zeb::PKTIO_RX_PATH;
-        port = std::make_unique<Drivers::Zeb::PktIODriver>(
-            getContainedMemIf(), std::make_unique<PatientStream>(std::make_unique<Posix::PosixIOIf>(device, true),
-                                                                 device, stopped, timing.now));
-    }
+    ReceivePort port = options.count("registers") != 0
+                           ? ReceivePort::overRegisters(getContainedMemIf(), deviceDescriptor(), devicePath())
+                           : ReceivePort::overStream(getContainedMemIf(), Drivers::Zeb::PKTIO_RX_PATH, stopped, timing);
+    if (options.count("fresh") != 0)
+        port.discardWaiting(stopped, timing);
 
-    PacketFile file(path, out);
-    Capture capture(settings, *port, text, file.stream());
+    Capture capture(settings, port.driver(), text, file ? &*file : nullptr);
     std::string failure;
-    try {
-        capture.run(stopped, timing);
-    } catch (const CppUtil::IOError& error) {
-        failure = error.what();
-    }
-    file.finish();
+    const auto attempt = [&failure](const auto& step) {
+        try {
+            step();
+        } catch (const Error& error) {
+            if (failure.empty())
+                failure = error.what();
+        }
+    };
+    attempt([&] { capture.run(stopped, timing); });
+    attempt([&] {
+        if (file)
+            file->finish();
+    });
     if (options.count("stats") != 0)
-        capture.stats().print(text, capture.seconds());
+        capture.stats().print(text);
     if (capture.withoutSync() != 0)
         std::cerr << capture.withoutSync() << " records without sync byte were dropped\n";
+    if (!text)
+        return -1; // which is said where the output ends
     if (failure.empty() && !capture.complete() && !stopRequested())
         failure = fmt::format("no packet{} came for {} ms",
                               settings.tsis.empty() && settings.pids.empty() ? "" : " of the wanted inputs and PIDs",
                               settings.timeout.count());
     if (failure.empty())
         return 0;
-    std::cerr << fmt::format("Encountered an error: {} (packets taken: {})", failure, capture.taken()) << std::endl;
+    const std::string written =
+        file && file->written() != capture.taken() ? fmt::format(", written: {}", file->written()) : "";
+    std::cerr << fmt::format("Encountered an error: {} (packets taken: {}{})", failure, capture.taken(), written)
+              << std::endl;
     return -1;
 }
 

@@ -43,7 +43,8 @@ protected:
     /// Keeps other commands that edit the open device waiting, as this one waits for them, until the lock goes; readers
     /// do not ask for it. Raises LinuxCppUtil::LockError when another keeps the device for too long.
     LinuxCppUtil::FileLock lockDevice() const { return {m_Device->descriptor(), m_DevicePath, editPatience()}; }
-    /// Path of the device of the current run.
+    /// Descriptor and path of the device of the current run.
+    int deviceDescriptor() const { return m_Device->descriptor(); }
     const std::string& devicePath() const { return m_DevicePath; }
 
 private:

@@ -42,7 +42,7 @@ std::string flagsOf(const uint8_t* packet)
 
 } // namespace
 
-Capture::Capture(const CaptureSettings& settings, PktIODriver& port, std::ostream& text, std::ostream* file)
+Capture::Capture(const CaptureSettings& settings, PktIODriver& port, std::ostream& text, PacketFile* file)
     : m_Settings(settings),
       m_Port(port),
       m_Text(text),
@@ -65,7 +65,7 @@ void Capture::show(uint8_t tsi, const uint8_t* packet)
 }
 
 /// Whether the record was one to keep.
-bool Capture::accept(const uint8_t* record)
+bool Capture::accept(const uint8_t* record, std::chrono::steady_clock::time_point now)
 {
     const uint8_t* const packet = record + PktIODriver::HEADER_SIZE;
     const uint8_t tsi = record[TSI_BYTE];
@@ -76,12 +76,10 @@ bool Capture::accept(const uint8_t* record)
     if (!wanted(m_Settings.tsis, tsi) || !wanted(m_Settings.pids, Ll::pid(packet)))
         return false;
     ++m_Taken;
-    m_Stats.count(tsi, packet);
-    if (m_File != nullptr) {
-        const auto bytes =
-            m_Settings.wholeRecords ? std::span(record, PktIODriver::TOTAL_PKT_SIZE) : std::span(packet, TS_SIZE);
-        m_File->write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-    }
+    m_Stats.count(tsi, packet, now);
+    if (m_File != nullptr)
+        m_File->put(
+            m_Settings.wholeRecords ? std::span(record, PktIODriver::TOTAL_PKT_SIZE) : std::span(packet, TS_SIZE), now);
     if (m_Settings.lines)
         show(tsi, packet);
     return true;
@@ -90,16 +88,17 @@ bool Capture::accept(const uint8_t* record)
 void Capture::run(const std::function<bool()>& stopped, const Timing& timing)
 {
     std::array<uint32_t, PktIODriver::TOTAL_PKT_SIZE / sizeof(uint32_t)> record{};
-    const auto start = timing.now();
-    auto lastTaken = start;
-    while (!complete() && !stopped() && m_Text && (m_File == nullptr || *m_File)) {
-        if (m_Port.readPacket(record.data(), LOOK_MS) && accept(reinterpret_cast<const uint8_t*>(record.data()))) {
-            lastTaken = timing.now();
-        } else if (m_Settings.timeout.count() != 0 && timing.now() - lastTaken >= m_Settings.timeout) {
+    auto lastTaken = timing.now();
+    while (!complete() && !stopped() && m_Text) {
+        const bool came = m_Port.readPacket(record.data(), LOOK_MS);
+        const auto now = timing.now();
+        if (came && accept(reinterpret_cast<const uint8_t*>(record.data()), now))
+            lastTaken = now;
+        else if (m_Settings.timeout.count() != 0 && now - lastTaken >= m_Settings.timeout)
             break;
-        }
+        if (m_File != nullptr)
+            m_File->writeLate(now);
     }
-    m_Seconds = secondsBetween(start, timing.now());
 }
 
 } // namespace Osl::Utils

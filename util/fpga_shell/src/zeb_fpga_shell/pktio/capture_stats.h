@@ -1,8 +1,11 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <iosfwd>
 #include <map>
+#include <optional>
+#include <string>
 #include <utility>
 
 namespace Osl::Utils {
@@ -11,11 +14,14 @@ namespace Osl::Utils {
 class CaptureStats
 {
 public:
-    /// Counts the 188 bytes at `packet`.
-    void count(uint8_t tsi, const uint8_t* packet);
+    using TimePoint = std::chrono::steady_clock::time_point;
 
-    /// One line for each (TSI, PID), ascending; rates are over `seconds`.
-    void print(std::ostream& out, double seconds) const;
+    /// Counts the 188 bytes at `packet`, which came at `time`.
+    void count(uint8_t tsi, const uint8_t* packet, TimePoint time);
+
+    /// One line for each (TSI, PID), ascending. A rate is that from the first packet to the last, so one packet has
+    /// none.
+    void print(std::ostream& out) const;
 
 private:
     struct Stream
@@ -25,11 +31,14 @@ private:
         uint64_t transportErrors = 0;
         uint64_t scrambled = 0;
         uint64_t pcrs = 0;
-        uint8_t lastCounter = 0;
-        bool repeated = false; ///< the last packet had the same counter as the one before
+        TimePoint first, last;
+        std::optional<uint8_t> lastCounter;
+        bool repeated = false;   ///< the last packet had the same counter as the one before
+        unsigned unreadable = 0; ///< packets with a transport error since then
     };
 
-    static void checkContinuity(Stream& stream, const uint8_t* packet);
+    static bool isContinuous(const Stream& stream, const uint8_t* packet);
+    static std::string rateOf(const Stream& stream);
 
     std::map<std::pair<uint8_t, uint16_t>, Stream> m_Streams;
 };

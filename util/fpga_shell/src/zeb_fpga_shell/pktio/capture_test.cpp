@@ -5,6 +5,7 @@
 #include <osl/testing/fake_mem.h>
 #include <osl/testing/fake_timing.h>
 #include <osl/testing/packet_maker.h>
+#include <osl/testing/temp_file.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -62,12 +63,13 @@ struct FakeRx : Drivers::IIOIf
 class CaptureTest : public testing::Test
 {
 protected:
-    /// Runs a capture; its statistics go behind the lines.
     Capture& capture(CaptureSettings settings)
     {
         m_Settings = std::move(settings);
-        m_Capture.emplace(m_Settings, m_Port, m_Text, &m_File);
+        PacketFile file(m_Target.path());
+        m_Capture.emplace(m_Settings, m_Port, m_Text, &file);
         m_Capture->run([this] { return m_Stopped; }, m_Timing.timing());
+        file.finish();
         return *m_Capture;
     }
 
@@ -79,7 +81,8 @@ protected:
         std::make_shared<Testing::FakeMem>(512),
         std::make_unique<PatientStream>(
             std::move(m_OwnedRx), "rx", [this] { return m_Stopped; }, m_Timing.timing().now)};
-    std::ostringstream m_Text, m_File;
+    std::ostringstream m_Text;
+    Testing::TempFile m_Target;
     CaptureSettings m_Settings;
     std::optional<Capture> m_Capture;
 };
@@ -96,16 +99,16 @@ TEST_F(CaptureTest, ShowsAndStoresThePacketsThatAreWanted)
     EXPECT_TRUE(done.complete());
     EXPECT_EQ(m_Text.str(), "1: TSI 3 PID 0x0100 (256) CC 5 adaptation PCR 599\n"
                             "2: TSI 3 PID 0x0100 (256) CC 6 start scrambled\n");
-    EXPECT_EQ(m_File.str().size(), 2 * 188U);
-    EXPECT_EQ(m_File.str()[0], 0x47);
+    EXPECT_EQ(m_Target.content().size(), 2 * 188U);
+    EXPECT_EQ(m_Target.content()[0], 0x47);
 }
 
 TEST_F(CaptureTest, WritesWholeRecordsAndDumpsBytes)
 {
     m_Rx.add(3, Packet(0x100).mark(0xAB));
     capture({.count = 1, .hex = true, .wholeRecords = true});
-    EXPECT_EQ(m_File.str().size(), 192U);
-    EXPECT_EQ(m_File.str()[3], 3);
+    EXPECT_EQ(m_Target.content().size(), 192U);
+    EXPECT_EQ(m_Target.content()[3], 3);
     EXPECT_THAT(m_Text.str(), HasSubstr("\n    00: 47 01 00 10 ff ff ff ff ff ff ff ff ff ff ff ff\n    10: "));
     EXPECT_THAT(m_Text.str(), testing::EndsWith("    b0: ff ff ff ff ff ff ff ff ff ff ff ab\n"));
 }
@@ -119,7 +122,7 @@ TEST_F(CaptureTest, DropsAndCountsRecordsWithoutSync)
     const Capture& done = capture({.count = 1});
     EXPECT_EQ(done.taken(), 1U);
     EXPECT_EQ(done.withoutSync(), 1U);
-    EXPECT_EQ(m_File.str().size(), 188U);
+    EXPECT_EQ(m_Target.content().size(), 188U);
 }
 
 TEST_F(CaptureTest, GivesUpAfterTheTimeOutButNeverWithoutOne)
@@ -128,12 +131,12 @@ TEST_F(CaptureTest, GivesUpAfterTheTimeOutButNeverWithoutOne)
     const Capture& done = capture({.count = 5, .timeout = 1500ms});
     EXPECT_FALSE(done.complete());
     EXPECT_EQ(done.taken(), 1U);
-    EXPECT_NEAR(done.seconds(), 1.5, 0.06);
+    EXPECT_NEAR(inSeconds(m_Timing.time.time_since_epoch()), 1.5, 0.06);
 
     int looks = 0;
     Capture endless(m_Settings = {.count = 0, .timeout = 0ms}, m_Port, m_Text, nullptr);
     endless.run([&] { return ++looks == 1000; }, m_Timing.timing());
-    EXPECT_GT(endless.seconds(), 40);
+    EXPECT_GT(inSeconds(m_Timing.time.time_since_epoch()), 40);
 }
 
 TEST_F(CaptureTest, DeviceThatEndsOrCutsARecordIsAnError)
@@ -153,35 +156,72 @@ TEST_F(CaptureTest, InterruptedWaitIsAFailureOnlyWhenNobodyAskedToStop)
     EXPECT_FALSE(m_Port.readPacket(reinterpret_cast<uint32_t*>(record), 0));
 }
 
-TEST(CaptureStatsTest, CountsWhatIsWrongWithAStream)
+namespace {
+
+/// Statistics of packets of one PID, 100 ms apart.
+class CaptureStatsTest : public testing::Test
 {
-    CaptureStats stats;
-    const auto count = [&](const Packet& packet) { stats.count(7, packet.bytes.data()); };
-    const auto cc = [](uint8_t counter) { return Packet(0x200).counter(counter); };
-    count(cc(14));
-    count(cc(15));
-    count(cc(0));
-    count(cc(0));                          // may come twice …
-    count(cc(0));                          // … but not three times: error 1
-    count(cc(1).adaptation().noPayload()); // moves without payload: error 2
-    count(cc(1).adaptation().noPayload());
-    count(cc(2).pcr(0));
-    count(cc(9)); // error 3
-    Packet announced = cc(4).adaptation();
-    Osl::Ts::Ll::setDiscontinuity(announced.bytes.data());
-    count(announced);
-    Packet broken = cc(12);
-    broken.bytes[1] |= 0x80;
-    count(broken);
-    count(cc(5).scrambled());
-    stats.count(1, Packet(0x1FFF).counter(3).bytes.data());
-    stats.count(1, Packet(0x1FFF).counter(3).bytes.data());
-    stats.count(1, Packet(0x1FFF).counter(3).bytes.data());
-    std::ostringstream out;
-    stats.print(out, 1);
-    EXPECT_EQ(out.str(),
-              "TSI 1 PID 0x1fff (8191): 3 packets, 4.51 kbit/s, 0 continuity errors, 0 transport errors, 0 scrambled, "
-              "0 PCRs\n"
-              "TSI 7 PID 0x0200 (512): 12 packets, 18.05 kbit/s, 3 continuity errors, 1 transport errors, 1 scrambled, "
-              "1 PCRs\n");
+protected:
+    using Packets = std::vector<Packet>;
+
+    static Packet cc(uint8_t counter) { return Packet(0x200).counter(counter); }
+    static Packet noPayload(uint8_t counter) { return cc(counter).adaptation().noPayload(); }
+    static Packet announced(uint8_t counter)
+    {
+        Packet packet = cc(counter).adaptation();
+        Osl::Ts::Ll::setDiscontinuity(packet.bytes.data());
+        return packet;
+    }
+    static Packet broken(uint8_t counter)
+    {
+        Packet packet = cc(counter);
+        packet.bytes[1] |= 0x80;
+        return packet;
+    }
+    static std::string statsOf(const Packets& packets)
+    {
+        CaptureStats stats;
+        CaptureStats::TimePoint time;
+        for (const Packet& packet : packets)
+            stats.count(7, packet.bytes.data(), time += 100ms);
+        std::ostringstream out;
+        stats.print(out);
+        return out.str();
+    }
+};
+
+} // namespace
+
+TEST_F(CaptureStatsTest, RateIsThatFromTheFirstPacketToTheLast)
+{
+    EXPECT_EQ(
+        statsOf({cc(1), cc(2), cc(3).pcr(0), cc(4).scrambled(), cc(5), cc(6), cc(7), cc(8), cc(9), cc(10), broken(3)}),
+        "TSI 7 PID 0x0200 (512): 11 packets, 15.04 kbit/s, 0 continuity errors, 1 transport errors, 1 scrambled, "
+        "1 PCRs\n");
+    EXPECT_THAT(statsOf({cc(1)}), HasSubstr(": 1 packets, no rate, 0 continuity errors, "));
+}
+
+TEST_F(CaptureStatsTest, CountsContinuityErrors)
+{
+    const Packet null = Packet(0x1FFF).counter(3);
+    const std::vector<std::pair<Packets, int>> CASES{
+        {{cc(14), cc(15), cc(0), cc(1)}, 0},
+        {{cc(0), cc(0), cc(1)}, 0}, // may come twice …
+        {{cc(0), cc(0), cc(0)}, 1}, // … but not three times
+        {{cc(0), cc(2)}, 1},
+        {{cc(2), cc(1)}, 1},
+        {{cc(0), noPayload(0), noPayload(0), cc(1)}, 0},
+        {{cc(0), noPayload(1), noPayload(1)}, 1},
+        {{cc(0), announced(9), cc(10)}, 0},
+        {{null, null, null}, 0},
+        {{cc(0), broken(1), cc(2), broken(15), cc(4)}, 0}, // it came, whatever it is
+        {{cc(0), broken(1), cc(1)}, 0},                    // it was of another PID
+        {{broken(7), cc(3), cc(4)}, 0},
+        {{cc(0), broken(1), cc(3)}, 1},
+        {{cc(0), broken(1), broken(2), cc(3), broken(4), noPayload(4), cc(5)}, 0},
+        {{cc(0), broken(1), noPayload(2)}, 1},
+    };
+    for (std::size_t i = 0; i < CASES.size(); ++i)
+        EXPECT_THAT(statsOf(CASES[i].first), HasSubstr(" " + std::to_string(CASES[i].second) + " continuity errors"))
+            << "case " << i;
 }

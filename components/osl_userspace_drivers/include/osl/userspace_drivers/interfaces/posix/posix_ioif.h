@@ -23,6 +23,8 @@ public:
     std::size_t write(const void* buffer, std::size_t length) override;
 
     bool isReadOnly() const { return m_ReadOnly; }
+    /// Of the open device, for locking it.
+    int descriptor() const { return *m_Descriptor; }
 
 private:
     LinuxCppUtil::UniqueFD m_Descriptor;
