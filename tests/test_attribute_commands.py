@@ -111,7 +111,7 @@ def invalid(text):
 
 
 PID_RANGE = invalid("Invalid PID value given, must be within the range [0x20-0x1FFE]")
-BAD_SIZE = "its text is not a number of entries from 0 to 1048576"
+BAD_SIZE = "its text is not a number from 0 to 1048576"
 
 REFUSED = [  # arguments, output, error
     ("wrmcnotlut", "Error: Invalid or missing IP argument\n", ""),

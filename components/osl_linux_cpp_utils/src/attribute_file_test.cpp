@@ -44,7 +44,7 @@ TEST_F(AttributeFileTest, SizeIsADecimalNumberThatFillsTheText)
     for (const std::string text : {"", "\n", "many", "-1", "+1", "1 2", "12a", "0x10", "6.4", "1048577", "4294967296",
                                    "99999999999999999999999"})
         EXPECT_THAT(failureOf<FileSystemError>([&] { sizeOf(text); }),
-                    StartsWith(unreadable("its text is not a number of entries from 0 to 1048576(")))
+                    StartsWith(unreadable("its text is not a number from 0 to 1048576(")))
             << text;
     EXPECT_THAT(failureOf<FileSystemError>([&] { sizeOf(std::string(256, '1')); }),
                 StartsWith(unreadable("its text is too long(")));

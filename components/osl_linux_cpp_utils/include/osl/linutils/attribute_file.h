@@ -8,6 +8,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// Attribute files of kernel drivers (sysfs). The driver takes one read or write as one operation, so content is read
@@ -17,10 +18,16 @@ namespace Osl::LinuxCppUtil {
 /// Most entries a table may have by its size attribute: a larger one is a fault, not a reason to take memory.
 inline constexpr uint32_t ATTRIBUTE_TABLE_MAX = 1'048'576;
 
-/// The text of a short attribute (below 256 bytes), without the white space around it.
-std::string readAttributeText(const std::string& path);
+/// How the error of a failed read begins; "{}" is the path, and the reason follows.
+inline constexpr std::string_view ATTRIBUTE_UNREADABLE = "Cannot read sysfs entry: \"{}\"";
 
-/// Number of entries of a table, 0..ATTRIBUTE_TABLE_MAX, from an attribute of decimal text.
+/// The text of a short attribute (below 256 bytes), without the white space around it.
+std::string readAttributeText(const std::string& path, std::string_view sentence = ATTRIBUTE_UNREADABLE);
+
+/// The number 0..`most` that is an attribute's text: decimal digits and nothing else.
+uint64_t readAttributeNumber(const std::string& path, uint64_t most, std::string_view sentence = ATTRIBUTE_UNREADABLE);
+
+/// Number of entries of a table, 0..ATTRIBUTE_TABLE_MAX.
 uint32_t readAttributeSize(const std::string& path);
 
 /// Reads words in the machine's byte order into `table`; returns the number of bytes read, which is less than the

@@ -9,10 +9,9 @@
 #include <fmt/format.h>
 
 #include <array>
-#include <charconv>
 #include <iostream>
+#include <limits>
 #include <ostream>
-#include <system_error>
 #include <utility>
 
 namespace Osl::Utils {
@@ -39,25 +38,13 @@ std::chrono::milliseconds sampleTime(const Options& options, const std::string& 
 {
     const auto time = options[name].as<uint32_t>();
     if (time == 0)
-        OSL_RAISE(CppUtil::InvalidArgumentError,
-                  fmt::format("--{}: 0 ms gives no rate; at least 1 ms is needed", name));
+        OSL_RAISE(CppUtil::InvalidArgumentError, fmt::format("--{}: must be at least 1 ms", name));
     return std::chrono::milliseconds(time);
 }
 
 uint64_t readCounter(const std::string& path)
 {
-    std::string reason;
-    try {
-        const std::string text = LinuxCppUtil::readAttributeText(path);
-        uint64_t value = 0;
-        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-        if (error == std::errc() && end == text.data() + text.size())
-            return value;
-        reason = fmt::format("\"{}\" is not a number of bytes", text);
-    } catch (const CppUtil::FileSystemError& error) {
-        reason = error.what();
-    }
-    OSL_RAISE(CppUtil::FileSystemError, fmt::format("Could not open: {} ({})", path, reason));
+    return LinuxCppUtil::readAttributeNumber(path, std::numeric_limits<uint64_t>::max(), "Could not open: {}");
 }
 
 } // namespace
@@ -84,7 +71,7 @@ int PKTIOBitRateMeas::doCommand(Options& options, std::ostream& out, std::istrea
         const auto secondTime = m_Timing.now();
         if (second < first)
             OSL_RAISE(CppUtil::IOError,
-                      fmt::format("{} went back from {} to {} while it was measured", path, first, second));
+                      fmt::format("{} fell from {} to {} during the measurement", path, first, second));
         out << describeRate(second - first, secondsBetween(firstTime, secondTime)) << std::endl;
     } while (options.count("continuous") != 0 && !stopRequested() && out);
     return 0;
@@ -121,7 +108,7 @@ int TSOTSIBitRateMeas::doFpgaCommand(Options& options, std::ostream& out, std::i
         rates.select(options["tsi"].as<std::vector<uint32_t>>(), options["tso"].as<std::vector<uint32_t>>());
     if (rates.empty())
         OSL_RAISE(CppUtil::InvalidArgumentError,
-                  "Nothing to measure: give --tsi or --tso, as often as needed, or --all for every active one");
+                  "Nothing to measure: give --tsi or --tso (both may be repeated), or --all for every active one");
     const StreamRates::Style style{
         .unit = options.count("force_bitsprsec") != 0 ? RateUnit::PLAIN_BITS : RateUnit::SCALED, .onlyActive = all};
     do {

@@ -33,7 +33,7 @@ constexpr std::array SEND_OPTIONS{
     OptionDecl{"o,tso", OptionKind::NUMBER, "Send to a transport stream output, 0-255"},
     OptionDecl{"l,loop", OptionKind::FLAG, "Start again at the end of the file until Ctrl-C; time stamps run on"},
     OptionDecl{"F,fix_cc", OptionKind::FLAG, "Repair continuity counters"},
-    OptionDecl{"n,count", OptionKind::NUMBER, "Stop after so many packets; 0: all", "0"},
+    OptionDecl{"n,count", OptionKind::NUMBER, "Stop after N packets (0 = all)", "0"},
     OptionDecl{"b,buffer", OptionKind::NUMBER, "Packets per pipeline buffer", "5577"},
     OptionDecl{"O,old", OptionKind::FLAG, "Send unscheduled, packet by packet, through the port's registers"},
     OptionDecl{"q,quiet", OptionKind::FLAG, "No progress line"},
@@ -42,14 +42,14 @@ constexpr std::array SEND_OPTIONS{
 };
 
 constexpr std::array CAPTURE_OPTIONS{
-    OptionDecl{"c,count", OptionKind::NUMBER, "Packets to take; 0: until Ctrl-C", "1"},
+    OptionDecl{"c,count", OptionKind::NUMBER, "Stop after N packets (0 = run until Ctrl-C)", "1"},
     OptionDecl{"i,tsi", OptionKind::NUMBERS, "Keep only packets of this input. Multiple may be given"},
     OptionDecl{"p,pid", OptionKind::NUMBERS, "Keep only packets of this PID. Multiple may be given"},
     OptionDecl{"f,file", OptionKind::PATH, "Write the packets to this file; \"-\" is standard output"},
     OptionDecl{"r,records", OptionKind::FLAG, "Write whole 192-byte records instead of 188-byte TS packets"},
     OptionDecl{"x,hex", OptionKind::FLAG, "Dump the bytes of each packet"},
     OptionDecl{"s,stats", OptionKind::FLAG, "At the end, show statistics of each input and PID"},
-    OptionDecl{"T,timeout", OptionKind::NUMBER, "Milliseconds without any packet to give up after; 0: never", "1000"},
+    OptionDecl{"T,timeout", OptionKind::NUMBER, "Give up after N ms without a packet (0 = never)", "1000"},
     OptionDecl{"fresh", OptionKind::FLAG, "First discard the packets that wait in the port"},
     OptionDecl{"R,registers", OptionKind::FLAG, "Take packets from the port's registers, not from its stream device"},
     VERBOSITY_OPTION,
@@ -176,7 +176,7 @@ int RdTsPacketsCmd::doFpgaCommand(Options& options, std::ostream& out, std::istr
         file.emplace(options["file"].as<std::string>());
     const bool binaryOutput = file && file->isStandardOutput();
     if (binaryOutput && settings.hex)
-        OSL_RAISE(CppUtil::InvalidArgumentError, "--hex and --file - both want standard output");
+        OSL_RAISE(CppUtil::InvalidArgumentError, "--hex and --file - cannot both use standard output");
     std::ostream& text = binaryOutput ? std::cerr : out;
 
     const Timing timing = Timing::real();

@@ -80,11 +80,16 @@ TEST_F(PktioBitRateTest, MeasuresOnceOrUntilStopped)
 
 TEST_F(PktioBitRateTest, FailsWithoutAUsableCounter)
 {
-    EXPECT_THAT(refusal(m_Command, {}), HasSubstr("Could not open: " + m_Counter.path()));
+    for (const std::string text : {"", "-1", "+1", "64abc", "0x40", "6 4", "1e2", "6.4", "18446744073709551616"}) {
+        setCounter(text);
+        EXPECT_THAT(refusal(m_Command, {}),
+                    HasSubstr("Could not open: " + m_Counter.path() + ": its text is not a number"))
+            << text;
+    }
     setCounter("7");
     m_Timing.onWait = [this] { setCounter("6"); };
-    EXPECT_THAT(refusal(m_Command, {}), HasSubstr("went back from 7 to 6"));
-    EXPECT_THAT(refusal(m_Command, {"-t", "0"}), HasSubstr("--time: 0 ms gives no rate"));
+    EXPECT_THAT(refusal(m_Command, {}), HasSubstr("fell from 7 to 6"));
+    EXPECT_THAT(refusal(m_Command, {"-t", "0"}), HasSubstr("--time: must be at least 1 ms"));
     PKTIOTxBitRateMeas tx("tsoutrate", "", "", m_StopFlag, m_Timing.timing());
     EXPECT_THAT(refusal(tx, {"-C", "4"}), HasSubstr("--channel: 4 is not in 0..3"));
     EXPECT_THAT(refusal(tx, {"-C", "3"}), HasSubstr("Could not open: /sys/class/zebtsif/zebtsif_pktio_tx3/bytestx"));
