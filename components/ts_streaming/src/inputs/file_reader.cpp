@@ -3,11 +3,13 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace Osl::Ts::Streaming {
 
@@ -38,7 +40,7 @@ FileReader::FileReader(LinuxCppUtil::UniqueFD file, std::string name, AtEnd atEn
                                                         m_FileBytes - std::min(m_FileBytes, m_Position), TS_SIZE));
 }
 
-uint64_t FileReader::droppedBytes() const { return m_Loop ? m_FileBytes % TS_SIZE : m_DroppedBytes; }
+uint64_t FileReader::droppedBytes() const { return m_Loop ? m_FileBytes % TS_SIZE : m_CutBytes; }
 
 void FileReader::fail(std::string why)
 {
@@ -46,18 +48,37 @@ void FileReader::fail(std::string why)
     OSL_RAISE(ReadException, "File no longer accesible", ReadReason::NOT_ACCESSIBLE);
 }
 
-/// False when the data is to end here instead.
-bool FileReader::waitForData() const
+/// Waits until the file has something to read, or its end; ENOUGH when it has not by `giveUp`.
+FileReader::Wait FileReader::waitForData(Clock::time_point giveUp) const
 {
-    constexpr int SLICE_MS = 50;
-    while (!m_Regular) {
+    using std::chrono::milliseconds;
+    constexpr milliseconds SLICE(50);
+    if (m_Regular)
+        return m_Cancelled ? Wait::END : Wait::DATA;
+    for (;;) {
         if (m_Cancelled || (m_Stopped && m_Stopped()))
-            return false;
+            return Wait::END;
+        const auto now = Clock::now();
+        if (now >= giveUp)
+            return Wait::ENOUGH;
+        const auto slice = std::min(SLICE, std::chrono::ceil<milliseconds>(giveUp - now));
         pollfd file{.fd = *m_File, .events = POLLIN, .revents = 0};
-        if (::poll(&file, 1, SLICE_MS) > 0)
-            return true;
+        if (::poll(&file, 1, static_cast<int>(slice.count())) > 0)
+            return Wait::DATA;
     }
-    return !m_Cancelled;
+}
+
+/// Puts the start of a packet, which came with the buffer before, to the start of `buffer`; answers its bytes.
+std::size_t FileReader::takeCutPacket(std::span<uint8_t> buffer)
+{
+    std::copy_n(m_CutPacket.begin(), m_CutBytes, buffer.begin());
+    return std::exchange(m_CutBytes, 0);
+}
+
+void FileReader::keepCutPacket(std::span<const uint8_t> filled)
+{
+    m_CutBytes = filled.size() % TS_SIZE;
+    std::copy(filled.end() - static_cast<std::ptrdiff_t>(m_CutBytes), filled.end(), m_CutPacket.begin());
 }
 
 std::span<uint8_t> FileReader::read(std::span<uint8_t> buffer)
@@ -66,12 +87,13 @@ std::span<uint8_t> FileReader::read(std::span<uint8_t> buffer)
         OSL_RAISE(ReadException, "File contains no more data", ReadReason::END_OF_DATA);
     // In a loop the file's length is fixed, so that all passes are equal; else what was appended meanwhile counts too.
     const uint64_t passBytes = m_FileBytes - m_FileBytes % TS_SIZE;
-    std::size_t filled = 0;
+    std::size_t filled = takeCutPacket(buffer);
+    Clock::time_point giveUp = Clock::time_point::max();
     while (filled < buffer.size()) {
-        if (!waitForData()) {
-            m_EndReached = true;
+        const Wait wait = waitForData(giveUp);
+        m_EndReached = wait == Wait::END;
+        if (wait != Wait::DATA)
             break;
-        }
         std::span<uint8_t> rest = buffer.subspan(filled);
         if (m_Loop) {
             if (m_Position == passBytes)
@@ -101,9 +123,11 @@ std::span<uint8_t> FileReader::read(std::span<uint8_t> buffer)
         }
         filled += static_cast<std::size_t>(count);
         m_Position += static_cast<uint64_t>(count);
+        if (!m_Regular && filled >= TS_SIZE && giveUp == Clock::time_point::max())
+            giveUp = Clock::now() + MAX_GATHERING;
     }
-    m_DroppedBytes = filled % TS_SIZE;
-    filled -= filled % TS_SIZE;
+    keepCutPacket(buffer.first(filled));
+    filled -= m_CutBytes;
     if (filled == 0)
         OSL_RAISE(ReadException, "File contains no more data", ReadReason::END_OF_DATA);
     m_TotalBytes += filled;

@@ -115,7 +115,7 @@ TEST_F(FileReaderTest, FailedReadNamesErrno)
     EXPECT_EQ(file.failure(), "reading file at byte 0 failed: Bad file descriptor (errno 9)");
 }
 
-TEST_F(FileReaderTest, PipesAreGatheredAndEndWhenStopped)
+TEST_F(FileReaderTest, APipeHandsOnWhatHasComeAndEndsWhenStopped)
 {
     std::array<int, 2> ends{};
     ASSERT_EQ(::pipe(ends.data()), 0);
@@ -126,10 +126,17 @@ TEST_F(FileReaderTest, PipesAreGatheredAndEndWhenStopped)
                 HasSubstr("pipe cannot be sent in a loop"));
 
     bool stopped = false;
-    FileReader file(LinuxCppUtil::ownFD(ends[0]), "pipe", AtEnd::STOP, [&] { return std::exchange(stopped, true); });
-    const auto packets = Osl::Testing::join({Packet().mark(0), Packet().mark(1)});
-    ASSERT_EQ(::write(*feed, packets.data(), packets.size() - 8), ssize_t(packets.size() - 8));
-    EXPECT_THAT(readMarks(file), ElementsAre(0)) << "the second is not whole when the reading is stopped";
-    EXPECT_EQ(file.droppedBytes(), TS_SIZE - 8);
+    FileReader file(LinuxCppUtil::ownFD(ends[0]), "pipe", AtEnd::STOP, [&] { return stopped; });
+    const auto packets = Osl::Testing::join({Packet().mark(0), Packet().mark(1), Packet().mark(2)});
+    const auto feedBytes = [&](std::size_t from, std::size_t to) {
+        ASSERT_EQ(::write(*feed, &packets[from], to - from), ssize_t(to - from));
+    };
+    feedBytes(0, TS_SIZE + 8);
+    EXPECT_THAT(readMarks(file), ElementsAre(0)) << "does not wait for the buffer to fill";
+    feedBytes(TS_SIZE + 8, 3 * TS_SIZE - 8);
+    EXPECT_THAT(readMarks(file), ElementsAre(1)) << "goes on where the last buffer was cut";
+    stopped = true;
     EXPECT_EQ(reasonOf(file), 0U);
+    EXPECT_EQ(file.droppedBytes(), TS_SIZE - 8);
+    EXPECT_EQ(file.totalBytes(), 2 * TS_SIZE);
 }

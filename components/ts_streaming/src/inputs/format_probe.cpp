@@ -35,7 +35,16 @@ FormatProbe::FormatProbe(std::unique_ptr<ITsReader> source) : m_Source(std::move
 void FormatProbe::probe()
 {
     std::vector<uint8_t> start(PROBE_PACKETS * TS_SIZE);
-    start.resize(m_Source->read(start).size());
+    std::size_t filled = m_Source->read(start).size();
+    // A slow pipe hands on what it has, be it a single packet, whose sync byte would tell nothing.
+    while (filled < ENOUGH_PACKETS * TS_SIZE) {
+        try {
+            filled += m_Source->read(std::span(start).subspan(filled)).size();
+        } catch (const ReadException&) {
+            break; // what has come is examined and handed on first; the next read meets the same again
+        }
+    }
+    start.resize(filled);
     const std::size_t bad = findLostSync(start);
     if (bad == start.size()) {
         m_Start = std::move(start);

@@ -24,10 +24,14 @@ namespace {
 class MemoryReader : public ITsReader
 {
 public:
-    explicit MemoryReader(std::vector<uint8_t> data) : m_Data(std::move(data)) {}
+    explicit MemoryReader(std::vector<uint8_t> data, std::size_t atOnce = ~std::size_t{0})
+        : m_Data(std::move(data)),
+          m_AtOnce(atOnce)
+    {
+    }
     std::span<uint8_t> read(std::span<uint8_t> buffer) override
     {
-        const std::size_t count = std::min(buffer.size(), m_Data.size() - m_At);
+        const std::size_t count = std::min({buffer.size(), m_Data.size() - m_At, m_AtOnce});
         if (count == 0)
             OSL_RAISE(ReadException, "end", ReadReason::END_OF_DATA);
         std::copy_n(m_Data.begin() + long(m_At), count, buffer.begin());
@@ -37,6 +41,7 @@ public:
 
 private:
     std::vector<uint8_t> m_Data;
+    std::size_t m_AtOnce; ///< bytes that a read answers at most
     std::size_t m_At = 0;
 };
 
@@ -52,10 +57,10 @@ std::vector<uint8_t> packets(std::size_t count, std::size_t packetSize = TS_SIZE
     return data;
 }
 
-FormatProbe probeOver(std::vector<uint8_t> data)
+FormatProbe probeOver(std::vector<uint8_t> data, std::size_t packetsAtOnce = 1000)
 {
     data.resize(data.size() / TS_SIZE * TS_SIZE);
-    return FormatProbe(std::make_unique<MemoryReader>(std::move(data)));
+    return FormatProbe(std::make_unique<MemoryReader>(std::move(data), packetsAtOnce * TS_SIZE));
 }
 
 /// Packets that come out before the reader raises, with its text.
@@ -75,8 +80,10 @@ std::pair<std::size_t, std::string> drain(ITsReader& reader)
 TEST(FormatProbeTest, HandsOnEverythingOfAGoodInput)
 {
     for (const std::size_t count : {1U, 63U, 64U, 200U}) {
-        FormatProbe good = probeOver(packets(count));
-        EXPECT_EQ(drain(good).first, count);
+        for (const std::size_t atOnce : {1U, 1000U}) {
+            FormatProbe good = probeOver(packets(count), atOnce);
+            EXPECT_EQ(drain(good).first, count);
+        }
     }
 }
 
@@ -84,10 +91,12 @@ TEST(FormatProbeTest, RefusesOtherFormatsBeforeAnythingComesOut)
 {
     std::vector<uint8_t> broken = packets(100);
     broken[3 * TS_SIZE] = 0x48;
-    FormatProbe noTs = probeOver(broken);
-    const auto [count, text] = drain(noTs);
-    EXPECT_EQ(count, 0U);
-    EXPECT_THAT(text, AllOf(HasSubstr("byte 564 is 0x48"), Not(HasSubstr("looks like"))));
+    for (const std::size_t atOnce : {1U, 1000U}) {
+        FormatProbe noTs = probeOver(broken, atOnce);
+        const auto [count, text] = drain(noTs);
+        EXPECT_EQ(count, 0U);
+        EXPECT_THAT(text, AllOf(HasSubstr("byte 564 is 0x48"), Not(HasSubstr("looks like"))));
+    }
 
     for (const auto& [size, lead] : {std::pair{192U, 4U}, std::pair{192U, 0U}, std::pair{204U, 0U}}) {
         FormatProbe probe = probeOver(packets(100, size, lead));

@@ -1,9 +1,13 @@
 #pragma once
 
 #include <osl/linutils/raii_filedescriptors.h>
+#include <osl/ts_basics/ll_tspackets.h>
 #include <osl/ts_streaming/interfaces.h>
 
+#include <array>
 #include <atomic>
+#include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <span>
@@ -11,11 +15,15 @@
 
 namespace Osl::Ts::Streaming {
 
-/// Packets of a file or pipe of 188-byte packets. A cut-off last packet is dropped and counted.
+/// Packets of a file or pipe of 188-byte packets. A cut-off last packet is dropped and counted. A pipe, or any input
+/// but a regular file, may be live: what has come from it is handed on after MAX_GATHERING, however little it is.
 class FileReader : public ITsReader
 {
 public:
     enum class AtEnd { STOP, START_AGAIN };
+
+    /// Longest time that the first packet of a buffer waits for others to come from a pipe.
+    static constexpr std::chrono::milliseconds MAX_GATHERING{20};
 
     /// `name` is what messages call the file. `stopped`, asked while a pipe has nothing to read, ends the data when it
     /// answers true. Raises FileSystemError for a folder and an empty file, InvalidArgumentError when START_AGAIN is
@@ -38,7 +46,12 @@ public:
     const std::string& failure() const { return m_Failure; }
 
 private:
-    bool waitForData() const;
+    using Clock = std::chrono::steady_clock;
+    enum class Wait { DATA, ENOUGH, END };
+
+    Wait waitForData(Clock::time_point giveUp) const;
+    std::size_t takeCutPacket(std::span<uint8_t> buffer);
+    void keepCutPacket(std::span<const uint8_t> filled);
     [[noreturn]] void fail(std::string why);
 
     LinuxCppUtil::UniqueFD m_File;
@@ -50,7 +63,8 @@ private:
     uint64_t m_FileBytes = 0;
     uint64_t m_Position = 0; ///< in a regular file
     uint64_t m_TotalBytes = 0;
-    uint64_t m_DroppedBytes = 0;
+    std::array<uint8_t, TS_SIZE> m_CutPacket{}; ///< the start of a packet of which not all has come yet
+    std::size_t m_CutBytes = 0;
     std::string m_Failure;
     std::atomic<bool> m_Cancelled = false;
 };

@@ -14,8 +14,9 @@ namespace Osl::Ts::Streaming {
 class FormatProbe : public ITsReader
 {
 public:
-    /// So many packets decide what an input is.
+    /// So many packets decide what an input is, where they come at once; of a slow pipe the fewer ones are enough.
     static constexpr std::size_t PROBE_PACKETS = 64;
+    static constexpr std::size_t ENOUGH_PACKETS = 5;
 
     explicit FormatProbe(std::unique_ptr<ITsReader> source);
 
