@@ -149,11 +149,12 @@ def test_stream_without_pcr_goes_at_the_default_rate(streams, recorder, tmp_path
             data[at + 5] &= ~0x10
     source = tmp_path / "no_pcr.ts"
     source.write_bytes(data)
-    result = recorder.send("-f", source, "-P", 9)
+    result = recorder.send("-f", source, "-P", 9, "-b", 100_000)
     assert result.status == 0
     assert "No PCR so far: the stream is sent at the default rate of 5.00 Mbit/s" in result.err
     assert "no PCR PID" in result.out
     assert {(segment.spacing, segment.remainder) for segment in recorder.segments()} == {(8122, 0)}
+    assert max(len(segment.packets) for segment in recorder.segments()) == 4096
     assert b"".join(packet.data for packet in recorder.packets()) == data
 
 
@@ -204,7 +205,7 @@ def test_bad_input(streams, recorder, tmp_path, arguments, message):
     (tmp_path / "short").write_bytes(data[:187])
     with_pcr = [packet.data for packet in packets if packet.pcr is not None]
     (tmp_path / "slow").write_bytes(with_pcr[0] + with_pcr[-1] + with_pcr[-1])
-    (tmp_path / "lost").write_bytes(data[: 1000 * ts.TS] + bytes(ts.TS) + data)
+    (tmp_path / "lost").write_bytes(data[: 1000 * ts.TS] + bytes(ts.TS) + data[:100])
     words = [word.format(ts=streams("plain"), tmp=tmp_path) for word in arguments]
     script = 'cat /dev/null | "$0" wrtspackets "$@"'
     result = run_bare(LAUNCHER, "run", "--dir", recorder.folder, "--", "bash", "-c", script, TOOL, *words)
@@ -213,6 +214,7 @@ def test_bad_input(streams, recorder, tmp_path, arguments, message):
     assert result.err.count("Encountered an error: ") == 1
     sent = b"".join(packet.data for packet in recorder.packets())
     assert sent == (data[: 1000 * ts.TS] if "Sync lost" in message else b"")
+    assert "Sync lost" not in message or result.err.count("\n") == 1, "nothing more is said about the rest"
 
 
 def start_send(channel, *args):

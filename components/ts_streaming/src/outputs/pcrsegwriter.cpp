@@ -3,6 +3,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <utility>
@@ -50,13 +51,32 @@ void PcrSegmentingWriter::sendPending(uint64_t duration)
     send(m_Pending, duration);
 }
 
+/// Sends the open segment and `packets` at the default rate.
+void PcrSegmentingWriter::sendUntimed(std::span<const uint8_t> packets)
+{
+    constexpr std::size_t MAX_BYTES = MAX_UNTIMED_PACKETS * TS_SIZE;
+    if (!m_Pending.empty()) {
+        const auto head = packets.first(std::min(packets.size(), MAX_BYTES - m_Pending.size()));
+        m_Pending.insert(m_Pending.end(), head.begin(), head.end());
+        packets = packets.subspan(head.size());
+        sendPending(defaultDuration(m_Pending.size()));
+    }
+    while (!packets.empty()) {
+        const auto segment = packets.first(std::min(packets.size(), MAX_BYTES));
+        packets = packets.subspan(segment.size());
+        send(segment, defaultDuration(segment.size()));
+    }
+}
+
 /// Ends the open segment, whose last packets are `rest`, before the packet with `nextPcr`.
 void PcrSegmentingWriter::close(std::span<const uint8_t> rest, uint64_t nextPcr)
 {
-    const uint64_t lastPcr = m_LastBase * PCR_TICKS_PER_BASE + m_LastExtension;
+    if (!m_HaveLastPcr) {
+        sendUntimed(rest);
+        return;
+    }
     // The range of a PCR is a multiple of 2^32, so the difference holds across its wrap.
-    const auto duration =
-        m_HaveLastPcr ? static_cast<uint32_t>(nextPcr - lastPcr) : defaultDuration(m_Pending.size() + rest.size());
+    const auto duration = static_cast<uint32_t>(nextPcr - (m_LastBase * PCR_TICKS_PER_BASE + m_LastExtension));
     if (!m_Pending.empty()) {
         m_Pending.insert(m_Pending.end(), rest.begin(), rest.end());
         sendPending(duration);
@@ -68,10 +88,13 @@ void PcrSegmentingWriter::close(std::span<const uint8_t> rest, uint64_t nextPcr)
 /// Takes packets that no PCR has followed yet.
 void PcrSegmentingWriter::keep(std::span<const uint8_t> packets)
 {
+    const std::size_t open = (m_Pending.size() + packets.size()) / TS_SIZE;
+    if (!m_HaveLastPcr && (m_Untimed || open >= MAX_UNTIMED_PACKETS)) {
+        m_Untimed = true;
+        sendUntimed(packets);
+        return;
+    }
     m_Pending.insert(m_Pending.end(), packets.begin(), packets.end());
-    const std::size_t open = m_Pending.size() / TS_SIZE;
-    if (!m_HaveLastPcr && open >= MAX_UNTIMED_PACKETS)
-        sendPending(defaultDuration(m_Pending.size()));
     if (m_HaveLastPcr && open > MAX_OPEN_PACKETS) {
         m_Pending.clear();
         OSL_RAISE(
@@ -107,12 +130,11 @@ void PcrSegmentingWriter::finish()
 {
     if (m_Pending.empty())
         return;
-    const std::size_t packets = m_Pending.size() / TS_SIZE;
+    const std::vector<uint8_t> tail = std::exchange(m_Pending, {});
     if (!m_HaveLastPcr || !m_LastDuration) {
-        sendPending(defaultDuration(m_Pending.size()));
+        sendUntimed(tail);
         return;
     }
-    const std::vector<uint8_t> tail = std::exchange(m_Pending, {});
     const uint64_t lastSpacing = *m_LastDuration / m_LastPackets;
     try {
         send(tail, *m_LastDuration);
@@ -121,7 +143,7 @@ void PcrSegmentingWriter::finish()
         // at the last segment's spacing it is not.
         if (!error.is(WriteReason::PACING))
             throw;
-        send(tail, lastSpacing * packets);
+        send(tail, lastSpacing * (tail.size() / TS_SIZE));
     }
 }
 

@@ -217,7 +217,7 @@ SendResult Transmission::run()
     move();
     finish();
     m_Monitor.clearLine();
-    if (m_File.droppedBytes() != 0 && (m_EndReached || m_Settings.loop))
+    if (m_Failure.empty() && m_File.droppedBytes() != 0 && (m_EndReached || m_Settings.loop))
         Log::instance().warning("The input's last {} bytes are not a whole packet and were not sent",
                                 m_File.droppedBytes());
     if (m_Failure.empty() && m_Monitor.packets() == 0 && !m_Environment.stopped())

@@ -28,7 +28,8 @@ public:
         virtual ssize_t write(const uint8_t* segment, std::size_t bytes, uint64_t durationTicks) = 0;
     };
 
-    /// Without any PCR a segment grows no longer than this and the buffer that completes it.
+    /// Without any PCR no segment is longer than this. Once one has become so long, the stream is taken for one that
+    /// has no PCRs: nothing is held back any more to wait for one.
     static constexpr std::size_t MAX_UNTIMED_PACKETS = 4096;
     /// A stream whose PCRs stop for longer than this is refused.
     static constexpr std::size_t MAX_OPEN_PACKETS = 22310; ///< about 4 MiB
@@ -51,6 +52,7 @@ private:
     void close(std::span<const uint8_t> rest, uint64_t nextPcr);
     void send(std::span<const uint8_t> segment, uint64_t duration);
     void sendPending(uint64_t duration);
+    void sendUntimed(std::span<const uint8_t> packets);
     void keep(std::span<const uint8_t> packets);
 
     std::unique_ptr<HwWriter> m_HwWriter;
@@ -59,6 +61,7 @@ private:
     uint64_t m_LastBase = 0;
     uint16_t m_LastExtension = 0;
     bool m_HaveLastPcr = false;
+    bool m_Untimed = false; ///< MAX_UNTIMED_PACKETS have passed without a PCR, and none has come since
     std::optional<uint32_t> m_LastDuration;
     std::size_t m_LastPackets = 0; ///< in the segment that m_LastDuration was for
 };
