@@ -2,12 +2,14 @@
 #include <osl/ts_basics/ll_tspackets.h>
 #include <osl/ts_streaming/tsstreamer.h>
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
-#include <new>
 #include <sys/mman.h>
+#include <system_error>
 #include <thread>
 
 namespace Osl::Ts::Streaming {
@@ -62,7 +64,7 @@ class ReadAhead
 public:
     using Filled = std::future<std::span<uint8_t>>;
 
-    explicit ReadAhead(ITsReader& reader) : m_Reader(reader), m_Thread([this] { serve(); }) {}
+    explicit ReadAhead(ITsReader& reader) : m_Reader(reader), m_Thread(startThread()) {}
     /// No read may be under way.
     ~ReadAhead()
     {
@@ -99,6 +101,18 @@ private:
         std::span<uint8_t> buffer;
         std::promise<std::span<uint8_t>> filled;
     };
+
+    std::thread startThread()
+    {
+        try {
+            return std::thread([this] { serve(); });
+        } catch (const std::system_error& error) {
+            OSL_RAISE(ResourceError,
+                      fmt::format("Cannot start the thread that reads ahead: {}; a thread needs memory for its stack, "
+                                  "and counts as a process of its user",
+                                  error.code().message()));
+        }
+    }
 
     void post()
     {
@@ -179,7 +193,8 @@ void TsStreamer::start(std::size_t bufferPackets)
     const std::size_t total = (second + bytes + HUGE_PAGE - 1) / HUGE_PAGE * HUGE_PAGE;
     m_Memory.reset(static_cast<uint8_t*>(std::aligned_alloc(HUGE_PAGE, total)));
     if (!m_Memory)
-        throw std::bad_alloc();
+        OSL_RAISE(ResourceError,
+                  fmt::format("Not enough memory for two buffers of {} packets: {} bytes", bufferPackets, total));
     ::madvise(m_Memory.get(), total, MADV_HUGEPAGE);
     m_Storage = {std::span(m_Memory.get(), bytes), std::span(m_Memory.get() + second, bytes)};
     m_ReadAhead = std::make_unique<ReadAhead>(*m_Reader);

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <new>
 #include <utility>
 
 namespace Osl::Ts::Streaming {
@@ -40,6 +41,17 @@ void PcrSegmentingWriter::send(std::span<const uint8_t> segment, uint64_t durati
     m_LastPackets = segment.size() / TS_SIZE;
 }
 
+/// Adds to the open segment.
+void PcrSegmentingWriter::append(std::span<const uint8_t> packets)
+{
+    try {
+        m_Pending.insert(m_Pending.end(), packets.begin(), packets.end());
+    } catch (const std::bad_alloc&) {
+        OSL_RAISE(ResourceError, fmt::format("Not enough memory to gather a segment of {} packets",
+                                             (m_Pending.size() + packets.size()) / TS_SIZE));
+    }
+}
+
 void PcrSegmentingWriter::sendPending(uint64_t duration)
 {
     // Empty afterwards also when sending fails; keeps its memory for the next one.
@@ -57,7 +69,7 @@ void PcrSegmentingWriter::sendUntimed(std::span<const uint8_t> packets)
     constexpr std::size_t MAX_BYTES = MAX_UNTIMED_PACKETS * TS_SIZE;
     if (!m_Pending.empty()) {
         const auto head = packets.first(std::min(packets.size(), MAX_BYTES - m_Pending.size()));
-        m_Pending.insert(m_Pending.end(), head.begin(), head.end());
+        append(head);
         packets = packets.subspan(head.size());
         sendPending(defaultDuration(m_Pending.size()));
     }
@@ -78,7 +90,7 @@ void PcrSegmentingWriter::close(std::span<const uint8_t> rest, uint64_t nextPcr)
     // The range of a PCR is a multiple of 2^32, so the difference holds across its wrap.
     const auto duration = static_cast<uint32_t>(nextPcr - (m_LastBase * PCR_TICKS_PER_BASE + m_LastExtension));
     if (!m_Pending.empty()) {
-        m_Pending.insert(m_Pending.end(), rest.begin(), rest.end());
+        append(rest);
         sendPending(duration);
     } else if (!rest.empty()) {
         send(rest, duration);
@@ -94,7 +106,7 @@ void PcrSegmentingWriter::keep(std::span<const uint8_t> packets)
         sendUntimed(packets);
         return;
     }
-    m_Pending.insert(m_Pending.end(), packets.begin(), packets.end());
+    append(packets);
     if (m_HaveLastPcr && open > MAX_OPEN_PACKETS) {
         m_Pending.clear();
         OSL_RAISE(

@@ -9,6 +9,7 @@
 #include <array>
 #include <cstring>
 #include <fcntl.h>
+#include <new>
 #include <unistd.h>
 
 namespace Osl::Ts::Streaming {
@@ -79,8 +80,7 @@ ssize_t ZebPcrWriter::write(const uint8_t* buffer, std::size_t bytes, uint64_t d
     m_TransferSize = packets * RECORD_SIZE + SEGMENT_HEAD_SIZE;
     const uint64_t spacing = durationTicks / packets;
     const uint64_t remainder = durationTicks % packets;
-    if (m_Buffer.size() < m_TransferSize)
-        m_Buffer.resize(m_TransferSize);
+    grow(m_TransferSize);
 
     if (spacing >= SPACING_LIMIT)
         OSL_RAISE(WriteError, "PCR based packet spacing too high. TS Stream rater either to low or not CBR",
@@ -103,6 +103,16 @@ ssize_t ZebPcrWriter::write(const uint8_t* buffer, std::size_t bytes, uint64_t d
     if (spacing != 0 || remainder != 0)
         storeBigEndian(record - RECORD_SIZE, m_Header | LAST_OF_SEGMENT);
     return writeRest(0);
+}
+
+void ZebPcrWriter::grow(std::size_t bytes)
+{
+    try {
+        if (m_Buffer.size() < bytes)
+            m_Buffer.resize(bytes);
+    } catch (const std::bad_alloc&) {
+        OSL_RAISE(ResourceError, fmt::format("Not enough memory for a transfer of {} bytes", bytes));
+    }
 }
 
 ssize_t ZebPcrWriter::writeRest(std::size_t from)

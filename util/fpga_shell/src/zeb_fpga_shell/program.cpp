@@ -17,6 +17,7 @@
 #include <exception>
 #include <fcntl.h>
 #include <iostream>
+#include <new>
 #include <streambuf>
 #include <string_view>
 #include <type_traits>
@@ -91,6 +92,9 @@ int runCommand(int argc, char** argv)
         if (!std::cout.flush())
             OSL_RAISE(CppUtil::IOError, "Could not write all of the output" + LinuxCppUtil::failureReason(std::cout));
         return status;
+    } catch (const std::bad_alloc&) {
+        std::cerr << "Encountered an error: There is not enough memory" << std::endl;
+        return -1;
     } catch (const std::exception& error) {
         std::cerr << "Encountered an error: " << error.what() << std::endl;
         return -1;

@@ -61,6 +61,12 @@ struct WriteError : ReasonedError<"TS streaming write error: ", WriteReason>
     using ReasonedError::ReasonedError;
 };
 
+/// The system did not give the memory or thread that is needed.
+struct ResourceError : CppUtil::PrefixedError<"TS streaming resource error: ">
+{
+    using PrefixedError::PrefixedError;
+};
+
 /// Source of buffers.
 class ITsReader
 {

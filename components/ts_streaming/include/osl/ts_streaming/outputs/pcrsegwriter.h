@@ -51,6 +51,7 @@ public:
 private:
     void close(std::span<const uint8_t> rest, uint64_t nextPcr);
     void send(std::span<const uint8_t> segment, uint64_t duration);
+    void append(std::span<const uint8_t> packets);
     void sendPending(uint64_t duration);
     void sendUntimed(std::span<const uint8_t> packets);
     void keep(std::span<const uint8_t> packets);

@@ -56,6 +56,8 @@ public:
     int descriptor() const { return *m_Channel; }
 
 private:
+    void grow(std::size_t bytes);
+
     uint32_t m_Header;
     std::shared_ptr<int> m_Channel;
     std::vector<uint8_t> m_Buffer; ///< grows to the largest transfer and stays
