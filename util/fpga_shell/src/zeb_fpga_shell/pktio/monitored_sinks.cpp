@@ -24,8 +24,9 @@ bool isByteStream(int descriptor)
 
 } // namespace
 
-MonitoredChannel::MonitoredChannel(Ts::Streaming::ZebPcrWriter channel, SendMonitor& monitor)
+MonitoredChannel::MonitoredChannel(Ts::Streaming::ZebPcrWriter channel, const std::string& device, SendMonitor& monitor)
     : m_Channel(std::move(channel)),
+      m_Lock(m_Channel.descriptor(), device),
       m_Monitor(monitor),
       m_IsByteStream(isByteStream(m_Channel.descriptor()))
 {

@@ -124,8 +124,8 @@ std::unique_ptr<ITsWriter> Transmission::makeWriter()
     if (!m_Settings.byRegisters) {
         ZebPcrWriter channel(m_Settings.channel, m_Settings.designatorMode, m_Settings.designator,
                              m_Environment.channelPrefix);
-        auto segmenter =
-            std::make_unique<PcrSegmentingWriter>(std::make_unique<MonitoredChannel>(std::move(channel), m_Monitor));
+        auto segmenter = std::make_unique<PcrSegmentingWriter>(std::make_unique<MonitoredChannel>(
+            std::move(channel), m_Environment.channelPrefix + std::to_string(m_Settings.channel), m_Monitor));
         m_Segmenter = segmenter.get();
         return segmenter;
     }

@@ -1,7 +1,9 @@
 #include "zeb_fpga_shell/pktio/transmission.h"
 
 #include <osl/cpputils/log.h>
+#include <osl/linutils/file_lock.h>
 #include <osl/linutils/raii_filedescriptors.h>
+#include <osl/testing/failure_of.h>
 #include <osl/testing/fake_timing.h>
 #include <osl/testing/packet_maker.h>
 #include <osl/testing/temp_file.h>
@@ -59,7 +61,13 @@ protected:
                                           .channelPrefix = m_Folder + "/tx",
                                           .port = {m_Port.path().c_str(), 0x1000}};
         testing::internal::CaptureStderr();
-        SendResult result = transmit(m_Settings, environment);
+        SendResult result;
+        try {
+            result = transmit(m_Settings, environment);
+        } catch (const Error&) {
+            testing::internal::GetCapturedStderr();
+            throw;
+        }
         m_Warnings = testing::internal::GetCapturedStderr();
         m_Progress = progress.str();
         return result;
@@ -106,6 +114,16 @@ TEST_F(TransmissionTest, LimitCutTailAndMissingPcr)
     m_Settings.loop = false;
     EXPECT_THAT(send().summary, StartsWith("Sent 1 packets, 188 bytes, 1 segments, no PCR PID"));
     EXPECT_THAT(m_Warnings, HasSubstr("No PCR so far: the stream is sent at the default rate of 5.00 Mbit/s"));
+}
+
+TEST_F(TransmissionTest, ChannelThatAnotherProcessSendsThroughIsLeftAlone)
+{
+    makeFile(102);
+    const auto other = LinuxCppUtil::makeUniqueFD(m_Folder + "/tx0", O_RDWR);
+    const LinuxCppUtil::FileLock lock(*other, "tx0");
+    EXPECT_THAT(Testing::failureOf<LinuxCppUtil::LockError>([this] { send(); }),
+                HasSubstr(m_Folder + "/tx0 is in use by process "));
+    EXPECT_EQ(sentBytes(), 0U);
 }
 
 TEST_F(TransmissionTest, StopEndsTheSendBehindASegment)
