@@ -106,8 +106,8 @@ def join(packets):
     return b"".join(packet.data for packet in packets)
 
 
-def make(path, seconds=4, mux_rate="5M", programs=1, offset=0, video="mpeg2video", extra=()):
-    """A stream at a constant rate, with null packets, of one video and one audio a programme."""
+def make(path, seconds=4, mux_rate="5M", programs=1, offset=0, video="mpeg2video", audio="mp2", extra=()):
+    """A stream of one video and one audio a programme, at a constant rate, with null packets, unless that is None."""
     command = ["ffmpeg", "-v", "error", "-y"]
     for number in range(programs):
         command += ["-f", "lavfi", "-i", f"testsrc2=size=352x288:rate=25:duration={seconds}"]
@@ -117,7 +117,9 @@ def make(path, seconds=4, mux_rate="5M", programs=1, offset=0, video="mpeg2video
     if programs > 1:
         for number in range(programs):
             command += ["-program", f"title=P{number}:st={2 * number}:st={2 * number + 1}"]
-    command += ["-c:v", video, "-b:v", "1M", "-g", "12", "-c:a", "mp2", "-b:a", "128k", "-muxrate", mux_rate]
+    command += ["-c:v", video, "-b:v", "1M", "-g", "12", "-c:a", audio, "-b:a", "128k"]
+    if mux_rate is not None:
+        command += ["-muxrate", mux_rate]
     command += ["-output_ts_offset", str(offset), *extra, "-f", "mpegts", str(path)]
     subprocess.run(command, check=True)
     return path

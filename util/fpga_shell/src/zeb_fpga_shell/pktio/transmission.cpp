@@ -7,6 +7,7 @@
 #include <osl/linutils/interruptible.h>
 #include <osl/ts_streaming/inputs/file_reader.h>
 #include <osl/ts_streaming/inputs/format_probe.h>
+#include <osl/ts_streaming/inputs/loop_filler.h>
 #include <osl/ts_streaming/inputs/packet_limit.h>
 #include <osl/ts_streaming/processing/sync_guard.h>
 #include <osl/ts_streaming/processing/tsccfixer.h>
@@ -55,6 +56,7 @@ private:
     std::unique_ptr<ITsProcessChain> makeProcessor();
     std::unique_ptr<ITsWriter> makeWriter();
     std::unique_ptr<TsStreamer> makeStreamer();
+    uint64_t packetsAtSeam();
     uint64_t bytesToSend() const;
     void move();
     std::string describeFailure() const;
@@ -70,6 +72,7 @@ private:
     SendMonitor m_Monitor;
     std::unique_ptr<Drivers::Zeb::PktIODriver> m_Port; ///< only when sending by registers
     PcrSegmentingWriter* m_Segmenter = nullptr;        ///< only otherwise; owned by the pipeline
+    LoopFiller* m_LoopFiller = nullptr;                ///< only in a loop; owned by the pipeline
     SyncGuard* m_SyncGuard = nullptr;                  ///< owned by the pipeline
     std::unique_ptr<TsStreamer> m_Streamer;
     bool m_WarnedWithoutPcr = false;
@@ -102,16 +105,33 @@ uint64_t Transmission::bytesToSend() const
 std::unique_ptr<ITsReader> Transmission::makeReader()
 {
     std::unique_ptr<ITsReader> reader = std::make_unique<FormatProbe>(std::move(m_OwnedFile));
+    if (m_Settings.loop) {
+        auto filler = std::make_unique<LoopFiller>(std::move(reader), m_File.fileBytes() / TS_SIZE);
+        m_LoopFiller = filler.get();
+        reader = std::move(filler);
+    }
     if (m_Settings.packetLimit != 0)
         reader = std::make_unique<PacketLimit>(std::move(reader), m_Settings.packetLimit);
     return reader;
+}
+
+/// Packets that are sent between the end of a looped file and its next start.
+uint64_t Transmission::packetsAtSeam()
+{
+    const LoopSeam& seam = m_LoopFiller->seam();
+    if (!seam.trouble().empty()) {
+        m_Monitor.clearLine();
+        Log::instance().warning("{}: time stamps will jump where the file starts again", seam.trouble());
+    }
+    return seam.packets();
 }
 
 std::unique_ptr<ITsProcessChain> Transmission::makeProcessor()
 {
     std::unique_ptr<ITsProcessChain> repair;
     if (m_Settings.loop)
-        repair = std::make_unique<TsCcFixer>(std::make_unique<TsPcrWrapper>(nullptr, m_File.fileBytes() / TS_SIZE));
+        repair = std::make_unique<TsCcFixer>(
+            std::make_unique<TsPcrWrapper>(nullptr, m_File.fileBytes() / TS_SIZE, [this] { return packetsAtSeam(); }));
     else if (m_Settings.fixCounters)
         repair = std::make_unique<TsCcFixer>();
     auto guard = std::make_unique<SyncGuard>(std::move(repair));
