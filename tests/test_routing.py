@@ -129,7 +129,7 @@ def until_left(packets):
 
 def test_fast_feed_goes_once_and_whole(tmp_path):
     sent = ts.made_up(20000)
-    assert feed(tmp_path / "board", write(tmp_path / "sent.ts", sent), until_left(len(sent)), "--fast") == sent
+    assert feed(tmp_path / "board", write(tmp_path / "a=b.ts", sent), until_left(len(sent)), "--fast") == sent
 
 
 def test_paced_feed_loops_without_a_seam(tmp_path):
@@ -156,12 +156,13 @@ def test_paced_feed_loops_without_a_seam(tmp_path):
         ("tuner0={tmp}/text", "{tmp}/text cannot be fed: TS streaming read error: The input is no transport stream"),
         ("tuner0={tmp}/empty", "{tmp}/empty"),
         ("tuner22={tmp}/text", "there is no input \"tuner22\"; there are cam0, cam1, "),
+        ("scm0={tmp}/text --feed scm0={tmp}/text", "scm0 is fed already"),
     ],
 )
 def test_unusable_feed(tmp_path, argument, message):
     (tmp_path / "text").write_text("text\n" * 1000)
     (tmp_path / "empty").touch()
-    result = run_bare(LAUNCHER, "run", "--feed", argument.format(tmp=tmp_path), "--", "echo", "ran")
+    result = run_bare(LAUNCHER, "run", "--feed", *argument.format(tmp=tmp_path).split(), "--", "echo", "ran")
     assert result[:2] == (125, "")
     assert message.format(tmp=tmp_path) in result.err
 

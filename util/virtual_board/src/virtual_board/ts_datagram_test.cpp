@@ -46,20 +46,10 @@ TEST(TsDatagramTest, WhatIsNoneIsRefused)
     const Bytes ts = packets(2);
     Bytes lostSync = ts;
     lostSync[188] = 0;
-    const std::vector<Bytes> wrong{{},
-                                   {0x47},
-                                   Bytes(188),
-                                   lostSync,
-                                   ts + Bytes{0},
-                                   rtp(0),
-                                   rtp(0) + lostSync,
-                                   Bytes{0x40, 33} + Bytes(10) + ts,
-                                   rtp(0x0F),
-                                   rtp(0x10) + Bytes{0, 0},
-                                   rtp(0x10) + Bytes{0, 0, 0xFF, 0xFF} + ts,
-                                   rtp(0x20) + ts + Bytes{0},
-                                   rtp(0x20) + Bytes{0xFF}};
-    for (const Bytes& datagram : wrong)
+    for (const Bytes& datagram :
+         {Bytes(), Bytes{0x47}, Bytes(188), lostSync, ts + Bytes{0}, rtp(0), rtp(0) + lostSync,
+          Bytes{0x40, 33} + Bytes(10) + ts, rtp(0x0F), rtp(0x10) + Bytes{0, 0},
+          rtp(0x10) + Bytes{0, 0, 0xFF, 0xFF} + ts, rtp(0x20) + ts + Bytes{0}, rtp(0x20) + Bytes{0xFF}})
         EXPECT_EQ(found(datagram), Bytes()) << testing::PrintToString(datagram);
 }
 
