@@ -21,6 +21,18 @@ def full_pid_rows():
     return {(tsi, pid): (7, 255, 0, 1) for tsi in range(256) for pid in range(8)}
 
 
+def test_the_request(board):
+    """The control word's other bits are kept, the bank that was in use as well."""
+    board.poke(PIDLUT, 129, 0xFFFFFFFE)
+    before = pid_lut(board)
+    expect_done(board.run("wrpidlut", "-t", "3", "-p", "0x100", "-P", "7", "-C"))
+    line = "000 (0x00003000): TSIIDX:003, PID:0x0100(0256), PIDIDX:0007, CPU_ROUTE:YES, OUT_ROUTE:NO, FILTIDX:000\n"
+    assert board.run("rpidlut", "-a") == (0, line, "")
+    assert board.words(PIDLUT, 129, 1) == [0xFFFFFFFF]
+    assert pid_lut(board) == pid_lut_words({(3, 0x100): (7, 0, 1, 0)})
+    assert board.words(PIDLUT, PID_BANKS[0], 4096) == before
+
+
 @pytest.mark.parametrize("seed", range(8))
 def test_random_edits(board, seed):
     """In any order, every edit leaves all tables as the model has them."""
@@ -163,6 +175,7 @@ def test_words_that_are_no_number_are_refused(board, command):
         ("wropidmap -P 7 -N 7", "Cannot set NEXT PIDIX - invalid NEXT_PIDidx value (7)"),
         ("wripoutmap -i 10.0.0.1", "IP address must be in the multicast range"),
         ("ripoutmap -o 256", "Offset (256) and count (1) exceeds the size (256) of the ZEB PHYS OUT MAP."),
+        ("rpidlut -o 1 -c 0xffffffff", "Offset (1) and count (4294967295) exceeds the size (2048) of the ZEB PID LUT."),
     ],
 )
 def test_values_outside_their_range_are_refused(board, arguments, reason):
