@@ -42,12 +42,12 @@ def test_session_at_the_terminal(shell):
     shell.expect_exact("lis\r>> read pidlut 0 04")
     shell.send(UP)
     shell.expect_exact("\r>> write pidlut 0x1 32bit 0xcafe")
-    shell.send(DOWN)
-    shell.expect_exact("\r>> read pidlut 0 04" + 13 * " " + 13 * LEFT)
+    shell.send(DOWN + DOWN)  # the first shows the same again
+    shell.expect_exact("\r>> write pidlut 0x1 32bit 0xcafe\r>> read pidlut 0 04" + 13 * " " + 13 * LEFT)
     shell.send(DOWN + "t\n")  # back at the line that was being typed
     shell.expect_exact("\r>> lis" + 13 * " " + 13 * LEFT + "t\r\nInstalled commands:\r\n" + 75 * "-")
     for line in [r"close \(ZEB FPGA command module\) ---.*", r"exit \(shell\) ---Exit the shell.", r"list \(shell\) ---List .*"]:
-        shell.expect(rf"\r\n{line}\r\n")
+        shell.expect(rf"{line}\r\n")
     shell.expect_exact(">> ")
     leave(shell)
 

@@ -22,9 +22,6 @@ namespace {
 /// A regular file stands for channel 2.
 class ZebPcrWriterTest : public testing::Test
 {
-public:
-    ~ZebPcrWriterTest() override { std::filesystem::remove(m_Device); }
-
 protected:
     ZebPcrWriterTest() { std::filesystem::rename(m_Base.path(), m_Device); }
 
@@ -70,9 +67,9 @@ TEST_F(ZebPcrWriterTest, TransferHoldsSpacingRemainderAndMarkedRecords)
     EXPECT_EQ(wordAt(transfer, 64 + 192), 0x00000005U);
     EXPECT_EQ(wordAt(transfer, 64 + 2 * 192), 0x01000005U);
     for (std::size_t i = 0; i < 3; ++i)
-        EXPECT_EQ(transfer.compare(68 + i * 192, 188,
-                                   std::string(THREE.begin() + long(i * 188), THREE.begin() + long((i + 1) * 188))),
-                  0);
+        EXPECT_TRUE(std::equal(THREE.begin() + long(i * 188), THREE.begin() + long((i + 1) * 188),
+                               transfer.begin() + long(68 + i * 192),
+                               [](uint8_t sent, char came) { return sent == uint8_t(came); }));
 }
 
 TEST_F(ZebPcrWriterTest, HeaderNamesTheDesignatorAndSegmentsWithoutDurationHaveNoMark)
