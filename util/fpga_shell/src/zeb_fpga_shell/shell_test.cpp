@@ -25,6 +25,8 @@ std::unique_ptr<ShellCmdModule> testModule(const std::string& command, const She
 {
     auto module = std::make_unique<ShellCmdModule>("test");
     module->addCommand(command, "usage", "Does " + command + ".", handler);
+    EXPECT_THAT(Testing::failureOf<ShellError>([&] { module->addCommand(command, "", "", handler); }),
+                StartsWith("Shell Error: Failed adding redundant command (" + command + ")("));
     return module;
 }
 
