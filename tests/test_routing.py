@@ -43,7 +43,7 @@ def only(packets, pid, new_pid=None):
     [
         ("-i 5", ["wrpidlut -t 5 -p 0x100 -P 7 -O"], lambda sent: only(sent, 0x100, 0x321)),
         ("-i 5", ["wrtsimap -t 5 -P 7"], lambda sent: [ts.with_pid(packet, 0x321) for packet in sent]),
-        ("-i 5", ["wrtsimap -t 5 -P 7", "wrpidlut -t 5 -p 0x100 -P 9 -O", "wrpidlut -t 5 -p 0x101 -P 7 -C"],
+        ("-i 5", ["wrtsimap -t 5 -P 7", "wrpidlut -t 5 -p 0x100 -P 9 -O", "wrpidlut -t 5 -p 0x101 -P 7 -C -f 0"],
          lambda sent: only(sent, 0x1FFF, 0x321)),
         ("-P 7", [], lambda sent: [ts.with_pid(packet, 0x321) for packet in sent]),
         ("-o 3", [], lambda sent: sent),
@@ -343,8 +343,8 @@ SWITCHES = """
     while (( SECONDS < end || edits < 20 )); do
         zeb_fpga_shell imptabs -f {one} && zeb_fpga_shell imptabs -f {other} && (( imports += 2 )) || exit 1
         for round in 1 2 3 4 5; do
-            zeb_fpga_shell wrpidlut -t 2 -p $round -P 3 -O && zeb_fpga_shell wrpidlut -t 5 -p 0x100 -P 20 -O &&
-                zeb_fpga_shell wrpidlut -t 2 -p $round -c && zeb_fpga_shell wrpidlut -t 5 -p 0x100 -P 10 -O &&
+            zeb_fpga_shell wrpidlut -t 2 -p $round -P 3 -O && zeb_fpga_shell wrpidlut -t 5 -p 0x100 -P 20 -O -f 255 &&
+                zeb_fpga_shell wrpidlut -t 2 -p $round -c && zeb_fpga_shell wrpidlut -t 5 -p 0x100 -P 10 -O -f 255 &&
                 (( edits += 4 )) || exit 1
         done
     done

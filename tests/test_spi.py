@@ -19,7 +19,9 @@ class Chip:
         self._seen = 0
 
     def command(self, name, *options):
-        return self._board.run(name, "-s", self._slave, "-d", NODES[self._slave], *options)
+        usual = {"-s": self._slave, "-d": NODES[self._slave]}
+        words = [word for option in usual if option not in options for word in (option, usual[option])]
+        return self._board.run(name, *words, *options)
 
     def good(self, name, *options):
         result = self.command(name, *options)
