@@ -7,10 +7,10 @@ if(BUILD_TESTING)
     else()
         find_package(GTest REQUIRED)
     endif()
-    include(GoogleTest)
 endif()
 
-# osl_add_tests(NAME SOURCES source... LIBS target...): one GoogleTest program, each of its cases a CTest test.
+# osl_add_tests(NAME SOURCES source... LIBS target...): one GoogleTest program, run whole by CTest: to start it anew for
+# each case would take longer than most cases.
 function(osl_add_tests name)
     if(NOT BUILD_TESTING)
         return()
@@ -21,5 +21,5 @@ function(osl_add_tests name)
     if(CMAKE_CROSSCOMPILING)
         target_compile_definitions(${name} PRIVATE OSL_UNDER_QEMU)
     endif()
-    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60)
+    add_test(NAME ${name} COMMAND ${name})
 endfunction()

@@ -13,6 +13,7 @@ import pytest
 
 from harness.board import BUILD, IPLUT, LAUNCHER, MODEL, PIDLUT, PKTIO, REPO, SCM, SIZES, SPI, TIMEOUT, TOOL
 from harness.board import environment, run_bare, wait_until
+from harness.tables import Model
 
 
 def run(*command, options=(), **further):
@@ -20,17 +21,10 @@ def run(*command, options=(), **further):
 
 
 def test_reset_state(board):
-    """Numbers stand for themselves here, so that an error in the layouts cannot hide in tool and board alike."""
-    pid = board.words(PIDLUT)
-    assert set(pid[256:512]) == {0x00000FFF}  # TSI MAP
+    Model().check(board)
+    pid, io = board.words(PIDLUT), board.words(IPLUT)
     assert pid[8192:16384] == 4096 * [0x001FFFFF, 0xFF000FFF]  # PID LUT, both banks
-    assert pid[16384:24576] == 4096 * [0x001FFFFF, 0x00000000]  # O-PID MAP
     assert set(pid[:256] + pid[512:8192] + pid[24576:]) == {0}  # control, FILTER TABLE, counters
-    io = board.words(IPLUT)
-    assert set(io[128:192]) == {0x000000FF}  # PHYS IN MAP
-    assert set(io[256:512]) == {0x000000FF}  # PHYS OUT MAP
-    assert io[1024:2048] == 256 * [0, 0, 0, 0x0000FFFF]  # IP OUT MAP
-    assert io[2048:2560] == 256 * [0x00000000, 0x00FFFFFF]  # IP LUT
     assert set(io[:128] + io[192:256] + io[512:1024] + io[2560:]) == {0}
     assert board.words(SCM) == 1024 * [0] + 1024 * [0xFFFFFFFF] + 2048 * [0]  # PID LUT, both banks
     assert board.path("sys/class/zebscm/scm/barsize").read_text() == "16384\n"
@@ -59,24 +53,14 @@ def test_installed_launcher_finds_its_parts(tmp_path):
     assert shown == (0, f"{tmp_path}/sbin/zeb_fpga_shell\n", "")
 
 
-@pytest.mark.parametrize(
-    "command, status",
-    [
-        (["true"], 0),
-        (["false"], 1),
-        (["sh", "-c", "exit 42"], 42),
-        (["sh", "-c", "kill -KILL $$"], 128 + 9),
-        (["/nowhere/command"], 127),
-        (["/tmp"], 126),
-    ],
-)
-def test_ends_with_the_status_of_the_command(command, status):
-    assert run(*command).status == status
-
-
-def test_passes_everything_through():
-    result = run("sh", "-c", 'cat; pwd; echo "$1" "$2" >&2', "sh", "--dir", "a b", input="given\n", cwd="/usr")
-    assert result == (0, "given\n/usr\n", "--dir a b\n")
+def test_ends_with_the_status_of_the_command_and_passes_everything_through():
+    script = 'cat; pwd; echo "$1" "$2" >&2; exit 42'
+    result = run("sh", "-c", script, "sh", "--dir", "a b", input="given\n", cwd="/usr")
+    assert result == (42, "given\n/usr\n", "--dir a b\n")
+    assert run("true").status == 0
+    assert run("sh", "-c", "kill -KILL $$").status == 128 + 9
+    assert run("/nowhere/command").status == 127
+    assert run("/tmp").status == 126
 
 
 def test_command_finds_the_tool_and_a_fresh_board():
@@ -94,90 +78,63 @@ def test_kept_board_is_found_again(tmp_path):
     assert run("zeb_fpga_shell", "read32", "-d", "tsio", options=options).out == "0x00000000:  0x00000005 \n"
     streams = ["zebtsif_pktio_rx", *(f"zebtsif_pktio_tx{channel}" for channel in range(4))]
     others = ["zebtsif_complaints", "zebtsif_outputs"]
-    assert sorted(os.listdir(tmp_path / "new" / "kept" / "dev")) == sorted([*SIZES, *streams, *others])
+    kept = tmp_path / "new" / "kept"
+    assert sorted(os.listdir(kept / "dev")) == sorted([*SIZES, *streams, *others])
+    (kept / "dev" / PIDLUT).unlink()
+    attribute = kept / "sys/class/zebscm/scm/barsize"
+    attribute.write_text("8192")
     relative = run("zeb_fpga_shell", "read32", "-d", "tsio", options=["--dir=kept"], cwd=tmp_path / "new")
     assert relative.out == "0x00000000:  0x00000005 \n"
+    assert (kept / "dev" / PIDLUT).stat().st_size == SIZES[PIDLUT] and attribute.read_text() == "8192"
 
 
-@pytest.mark.parametrize(
-    "prepare, complaint",
-    [
-        (lambda folder: folder.write_text("a file"), "Cannot make folder {0}/dev: Not a directory"),
-        (lambda folder: folder.symlink_to("/proc/nothing"), "Cannot make folder {0}"),
-        (
-            lambda folder: [(folder / "dev").mkdir(parents=True), (folder / "dev" / PIDLUT).write_bytes(b"12345")],
-            "{0}/dev/zebtsif_pidlut has 5 bytes, the device has 131072",
-        ),
-        (
-            lambda folder: (folder / "dev" / IPLUT).mkdir(parents=True),
-            "{0}/dev/zebtsif_iplut is not a regular file",
-        ),
-    ],
-    ids=["file", "cannot be made", "wrong size", "folder for device"],
-)
-def test_unusable_folder(tmp_path, prepare, complaint):
-    folder = tmp_path / "folder"
-    prepare(folder)
-    result = run("echo", "ran", options=["--dir", folder])
+UNUSABLE = {  # what is in the way, and the complaint
+    "a file": (lambda folder: folder.write_text(""), "Cannot make folder {0}/dev: Not a directory"),
+    "dev/zebtsif_pidlut": (lambda file: file.write_bytes(b"12345"), "{0} has 5 bytes, the device has 131072"),
+    "dev/zebtsif_iplut": (lambda file: file.mkdir(), "{0} is not a regular file"),
+    "sys/class/zebscm/scm/barsize": (lambda file: file.symlink_to("/nix"), "{0} is not a regular file; it cannot be an"),
+}
+
+
+@pytest.mark.parametrize("name", UNUSABLE)
+def test_unusable_folder(tmp_path, name):
+    prepare, complaint = UNUSABLE[name]
+    (tmp_path / name).parent.mkdir(parents=True, exist_ok=True)
+    prepare(tmp_path / name)
+    result = run("echo", "ran", options=["--dir", tmp_path / "a file" if name == "a file" else tmp_path])
     assert result[:2] == (125, "")
-    assert complaint.format(folder) in result.err
+    assert complaint.format(tmp_path / name) in result.err
 
 
-@pytest.mark.parametrize(
-    "arguments",
-    [
-        [],
-        ["walk"],
-        ["run"],
-        ["run", "--"],
-        ["run", "--dir"],
-        ["run", "--feed", "tuner0"],
-        ["run", "--network", "true"],
-        ["shell", "true"],
-    ],
-    ids=" ".join,
-)
-def test_usage_errors(arguments):
-    result = run_bare(LAUNCHER, *arguments)
-    assert result[:2] == (125, "")
-    assert result.err.startswith("board: ") and result.err.count("\n") == 1
-
-
-def test_help():
+def test_usage():
     assert run_bare(LAUNCHER, "--help").out.startswith("Runs commands on a virtual board")
+    for line in ["", "walk", "run", "run --", "run --dir", "run --feed tuner0", "run --network true", "shell true"]:
+        result = run_bare(LAUNCHER, *line.split())
+        assert result[:2] == (125, ""), line
+        assert result.err.startswith("board: ") and result.err.count("\n") == 1, line
+    for line, reason in [("", "no folder"), ("-x", 'incomplete option "-x"'), ("--feed a= /", "--feed a=: expected PORT=")]:
+        result = run_bare(MODEL, *line.split())
+        assert result.status == 125 and reason in result.err and "\nusage: zeb_virtual_board " in result.err
 
 
-def path_with(folder, bwrap=None):
-    """A PATH with little in it, and with a bubblewrap of our own or none; without iproute2 in any case."""
+@pytest.mark.parametrize(
+    "bwrap, options, message",
+    [
+        (None, [], "board: bubblewrap is not installed; run: scripts/setup-packages board\n"),
+        ("echo 'bwrap: No permissions' >&2; exit 1", [], "bwrap: No permissions\nboard: no sandbox: "),
+        ("", ["--net"], "board: iproute2 is not installed; run: scripts/setup-packages board\n"),
+    ],
+)
+def test_what_the_launcher_needs_is_missing(tmp_path, bwrap, options, message):
+    """With little in the PATH but a bubblewrap of our own or none."""
     for program in ["bash", "dirname", "realpath"]:
-        (folder / program).symlink_to(shutil.which(program))
-    if bwrap:
-        (folder / "bwrap").write_text(bwrap)
-        (folder / "bwrap").chmod(0o755)
-    return {**environment(), "PATH": str(folder)}
-
-
-def run_with_path(path, *options):
-    command = [shutil.which("bash"), LAUNCHER, "run", *options, "true"]
-    done = subprocess.run(command, env=path, capture_output=True, text=True, timeout=TIMEOUT)
-    return done.returncode, done.stderr
-
-
-def test_missing_bubblewrap(tmp_path):
-    status, err = run_with_path(path_with(tmp_path))
-    assert (status, err) == (125, "board: bubblewrap is not installed; run: scripts/setup-packages board\n")
-
-
-def test_missing_user_namespaces(tmp_path):
-    bwrap = "#!/bin/bash\necho 'bwrap: No permissions to create new namespace' >&2; exit 1\n"
-    status, err = run_with_path(path_with(tmp_path, bwrap))
-    assert status == 125
-    assert err.startswith("bwrap: No permissions to create new namespace\nboard: no sandbox: ")
-
-
-def test_missing_iproute(tmp_path):
-    status, err = run_with_path(path_with(tmp_path, "#!/bin/bash\n"), "--net")
-    assert (status, err) == (125, "board: iproute2 is not installed; run: scripts/setup-packages board\n")
+        (tmp_path / program).symlink_to(shutil.which(program))
+    if bwrap is not None:
+        (tmp_path / "bwrap").write_text(f"#!/bin/bash\n{bwrap}\n")
+        (tmp_path / "bwrap").chmod(0o755)
+    script = f"PATH={tmp_path} exec bash {LAUNCHER} run {' '.join(options)} true"
+    result = run_bare("bash", "-c", script)
+    assert result.status == 125 and result.err.startswith(message)
 
 
 def processes_with(mark):
@@ -228,21 +185,14 @@ def test_background_processes_end_with_the_command():
     assert_soon_gone(mark)
 
 
-def test_ctrl_c_is_for_the_command(terminal):
-    session = terminal("sh", "-c", 'trap "echo caught; exit 5" INT; echo ready; sleep 60 & wait')
-    session.expect_exact("ready")
-    session.sendintr()
-    session.expect_exact("caught")
-    session.expect(pexpect.EOF)
-    session.close()
-    assert session.exitstatus == 5
-
-    session = terminal("sh", "-c", "echo ready; exec sleep 60")
+@pytest.mark.parametrize("trap, status", [("echo caught; exit 5", 5), ("-", 128 + signal.SIGINT)])
+def test_ctrl_c_is_for_the_command(terminal, trap, status):
+    session = terminal("sh", "-c", f'trap "{trap}" INT; echo ready; sleep 60 & wait')
     session.expect_exact("ready")
     session.sendintr()
     session.expect(pexpect.EOF)
     session.close()
-    assert session.exitstatus == 128 + signal.SIGINT
+    assert session.exitstatus == status
 
 
 def test_shell_on_a_board():

@@ -43,7 +43,7 @@ def only(packets, pid, new_pid=None):
     [
         ("-i 5", ["wrpidlut -t 5 -p 0x100 -P 7 -O"], lambda sent: only(sent, 0x100, 0x321)),
         ("-i 5", ["wrtsimap -t 5 -P 7"], lambda sent: [ts.with_pid(packet, 0x321) for packet in sent]),
-        ("-i 5", ["wrtsimap -t 5 -P 7", "wrpidlut -t 5 -p 0x100 -P 9 -O", "wrpidlut -t 5 -p 0x101 -P 7 -f 255 -C"],
+        ("-i 5", ["wrtsimap -t 5 -P 7", "wrpidlut -t 5 -p 0x100 -P 9 -O", "wrpidlut -t 5 -p 0x101 -P 7 -C -f 0"],
          lambda sent: only(sent, 0x1FFF, 0x321)),
         ("-P 7", [], lambda sent: [ts.with_pid(packet, 0x321) for packet in sent]),
         ("-o 3", [], lambda sent: sent),
@@ -129,7 +129,7 @@ def until_left(packets):
 
 def test_fast_feed_goes_once_and_whole(tmp_path):
     sent = ts.made_up(20000)
-    assert feed(tmp_path / "board", write(tmp_path / "sent.ts", sent), until_left(len(sent)), "--fast") == sent
+    assert feed(tmp_path / "board", write(tmp_path / "a=b.ts", sent), until_left(len(sent)), "--fast") == sent
 
 
 def test_paced_feed_loops_without_a_seam(tmp_path):
@@ -155,13 +155,14 @@ def test_paced_feed_loops_without_a_seam(tmp_path):
         ("tuner0={tmp}/none.ts", "Cannot open {tmp}/none.ts: No such file or directory"),
         ("tuner0={tmp}/text", "{tmp}/text cannot be fed: TS streaming read error: The input is not a transport stream"),
         ("tuner0={tmp}/empty", "{tmp}/empty"),
-        ("tuner22={tmp}/text", "unknown input \"tuner22\"; expected one of cam0, cam1, "),
+        ("tuner22={tmp}/text", "there is no input \"tuner22\"; there are cam0, cam1, "),
+        ("scm0={tmp}/text --feed scm0={tmp}/text", "scm0 is fed already"),
     ],
 )
 def test_unusable_feed(tmp_path, argument, message):
     (tmp_path / "text").write_text("text\n" * 1000)
     (tmp_path / "empty").touch()
-    result = run_bare(LAUNCHER, "run", "--feed", argument.format(tmp=tmp_path), "--", "echo", "ran")
+    result = run_bare(LAUNCHER, "run", "--feed", *argument.format(tmp=tmp_path).split(), "--", "echo", "ran")
     assert result[:2] == (125, "")
     assert message.format(tmp=tmp_path) in result.err
 
@@ -342,8 +343,8 @@ SWITCHES = """
     while (( SECONDS < end || edits < 20 )); do
         zeb_fpga_shell imptabs -f {one} && zeb_fpga_shell imptabs -f {other} && (( imports += 2 )) || exit 1
         for round in 1 2 3 4 5; do
-            zeb_fpga_shell wrpidlut -t 2 -p $round -P 3 -O && zeb_fpga_shell wrpidlut -t 5 -p 0x100 -P 20 -f 255 -O &&
-                zeb_fpga_shell wrpidlut -t 2 -p $round -c && zeb_fpga_shell wrpidlut -t 5 -p 0x100 -P 10 -f 255 -O &&
+            zeb_fpga_shell wrpidlut -t 2 -p $round -P 3 -O && zeb_fpga_shell wrpidlut -t 5 -p 0x100 -P 20 -O -f 255 &&
+                zeb_fpga_shell wrpidlut -t 2 -p $round -c && zeb_fpga_shell wrpidlut -t 5 -p 0x100 -P 10 -O -f 255 &&
                 (( edits += 4 )) || exit 1
         done
     done

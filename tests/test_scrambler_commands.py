@@ -113,20 +113,15 @@ def test_keys_from_standard_input(board):
 
 
 INVALID = "Invalid Argument Error: Invalid parameters."
+OUT_OF_RANGE = "Out of Range Error: Offset {} and entry count {} exceeds scrambler PID LUT size 512."
 REFUSED = [  # arguments, error
     (["wrscmpidlut"], INVALID),
     (["wrscmpidlut", "-p", "8191"], INVALID),
     (["wrscmpidlut", "-p", "8192"], INVALID),
     (["wrscmpidlut", "-p", "1", "-s", "8"], INVALID),
     (["wrscmpidlut", "-p", "1", "-k", "64"], INVALID),
-    (
-        ["rscmpidlut", "-o", "500", "-c", "13"],
-        "Out of Range Error: Offset 500 and entry count 13 exceeds scrambler PID LUT size 512.",
-    ),
-    (
-        ["rscmpidlut", "-o", "0xffffffff", "-c", "1"],
-        "Out of Range Error: Offset 4294967295 and entry count 1 exceeds scrambler PID LUT size 512.",
-    ),
+    (["rscmpidlut", "-o", "500", "-c", "13"], OUT_OF_RANGE.format(500, 13)),
+    (["rscmpidlut", "-o", "0xffffffff", "-c", "1"], OUT_OF_RANGE.format(4294967295, 1)),
     (["wrscmkeys"], "Shell Error: Missing manadatory key and/or IV option"),
     *(
         (["wrscmkeys", "-E", KEY, "-o", bad], f"Shell Error: Cannot convert {bad} into valid 128 bit key/IV")

@@ -20,19 +20,13 @@ std::string openMessage(const std::string& path, int flags)
 
 } // namespace
 
-TEST(UniqueFDTest, ClosesWithItsOwner)
+TEST(UniqueFDTest, ClosesWithItsOwnerAndAFailureNamesPathAndTheCallersFlags)
 {
-    int number = -1;
-    {
-        const UniqueFD fd = makeUniqueFD("/dev/null", O_RDWR);
-        number = *fd;
-        EXPECT_NE(::fcntl(number, F_GETFD) & FD_CLOEXEC, 0);
-    }
+    UniqueFD fd = makeUniqueFD("/dev/null", O_RDWR);
+    const int number = *fd;
+    EXPECT_NE(::fcntl(number, F_GETFD) & FD_CLOEXEC, 0);
+    fd.reset();
     EXPECT_EQ(::fcntl(number, F_GETFD), -1);
-}
-
-TEST(UniqueFDTest, FailureNamesPathAndTheCallersFlags)
-{
     EXPECT_THAT(openMessage("/nowhere/x", O_RDWR),
                 StartsWith("IOErrorr: Generic filesystem Error: Could not open file: \"/nowhere/x\" with flags: 2("));
 }

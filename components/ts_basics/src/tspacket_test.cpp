@@ -40,20 +40,13 @@ TEST(ShrdBuffIOTSPacketTest, SettersKeepTheNeighbouringBits)
 {
     ShrdBuffIO_TSPacket packet = recordOf(Packet(0).unit({}).scrambled());
     packet.setPid(0x1FFF);
-    EXPECT_EQ(packet.tsData()[1], 0x5F);
-    EXPECT_EQ(packet.tsData()[2], 0xFF);
-    EXPECT_EQ(packet.pid(), 0x1FFF);
     packet.setContinuityCounter(0x1F);
-    EXPECT_EQ(packet.tsData()[3], 0x9F);
-    EXPECT_EQ(packet.continuityCounter(), 0xF);
-    EXPECT_TRUE(packet.startsPayloadUnit());
-    EXPECT_TRUE(packet.isScrambled());
+    EXPECT_THAT(std::vector(packet.tsData() + 1, packet.tsData() + 4), testing::ElementsAre(0x5F, 0xFF, 0x9F));
     EXPECT_EQ(packet.scramblingControl(), ScramblingControl::EVEN_KEY);
 }
 
 TEST(ShrdBuffIOTSPacketTest, PcrOfAPacketWithoutOneIsAnError)
 {
-    EXPECT_EQ(recordOf(Packet().pcr(599)).pcr(), 599U);
     EXPECT_THAT(failureOf<TsPacketError>([] { static_cast<void>(recordOf(Packet()).pcr()); }),
                 StartsWith("TS Packet Error: Packet contains no PCR stamp("));
 }

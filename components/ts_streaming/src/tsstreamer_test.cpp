@@ -64,28 +64,18 @@ struct Add : TsProcessChainLink
 
 } // namespace
 
-TEST(TsStreamerTest, MovesBuffersInOrderThroughTheChainUntilTheEnd)
+TEST(TsStreamerTest, BuffersGoWholeAndInOrderThroughTheChainWhileTheNextIsRead)
 {
     std::vector<int> values;
-    TsStreamer streamer(std::make_unique<CountingReader>(4),
+    TsStreamer streamer(std::make_unique<CountingReader>(2000),
                         std::make_unique<Add>(1, std::make_unique<Add>(5, nullptr)),
-                        std::make_unique<NotingWriter>(values), 3);
-    for (int i = 0; i < 4; ++i)
-        EXPECT_EQ(streamer.step(), 0U);
-    EXPECT_EQ(streamer.step(), 1U);
-    EXPECT_EQ(streamer.step(), 1U) << "the end stays the end";
-    EXPECT_THAT(values, ElementsAre(7, 11, 15, 19));
-}
-
-TEST(TsStreamerTest, ManyBuffersArriveWholeWhileTheNextIsRead)
-{
-    std::vector<int> values;
-    TsStreamer streamer(std::make_unique<CountingReader>(2000), std::make_unique<NotingWriter>(values), 7);
+                        std::make_unique<NotingWriter>(values), 7);
     while (streamer.step() == 0)
         continue;
+    EXPECT_EQ(streamer.step(), 1U) << "the end stays the end";
     ASSERT_EQ(values.size(), 2000U);
     for (std::size_t i = 0; i < values.size(); ++i)
-        EXPECT_EQ(values[i], static_cast<uint8_t>(i));
+        EXPECT_EQ(values[i], static_cast<uint8_t>(4 * i + 7));
 }
 
 TEST(TsStreamerTest, StatusTellsWhatEndedTheStep)
@@ -143,8 +133,6 @@ TEST(TsStreamerTest, UnknownReasonIsAFaultOfTheProgram)
     std::vector<int> values;
     EXPECT_DEATH(TsStreamer(std::make_unique<CountingReader>(0, 4), std::make_unique<NotingWriter>(values), 1).step(),
                  "\\[false\\].*tsstreamer");
-    EXPECT_DEATH(TsStreamer(nullptr, std::make_unique<NotingWriter>(values)), "static_cast<bool>\\(m_Reader\\)");
-    EXPECT_DEATH(TsStreamer(std::make_unique<CountingReader>(0), nullptr), "static_cast<bool>\\(m_Writer\\)");
     EXPECT_DEATH(TsStreamer(std::make_unique<CountingReader>(0), nullptr, std::make_unique<NotingWriter>(values)),
                  "static_cast<bool>\\(m_Processor\\)");
 }

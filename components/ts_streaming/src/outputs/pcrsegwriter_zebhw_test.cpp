@@ -22,9 +22,6 @@ namespace {
 /// A regular file stands for channel 2.
 class ZebPcrWriterTest : public testing::Test
 {
-public:
-    ~ZebPcrWriterTest() override { std::filesystem::remove(m_Device); }
-
 protected:
     ZebPcrWriterTest() { std::filesystem::rename(m_Base.path(), m_Device); }
 
@@ -38,49 +35,13 @@ protected:
         EXPECT_EQ(result, static_cast<ssize_t>(transfer.size()));
         return transfer;
     }
-    std::string refusal(unsigned channel, unsigned mode, unsigned value)
-    {
-        return failureOf<CppUtil::InvalidArgumentError>([&] { ZebPcrWriter(channel, mode, value, m_Base.path()); });
-    }
-
     TempFile m_Base;
     std::string m_Device = m_Base.path() + "2";
 };
 
-uint32_t wordAt(const std::string& transfer, std::size_t offset)
-{
-    uint32_t word = 0;
-    for (std::size_t i = 0; i < 4; ++i)
-        word = word << 8 | static_cast<uint8_t>(transfer.at(offset + i));
-    return word;
-}
-
 const std::vector<uint8_t> THREE = Testing::join({Packet().mark(1), Packet().mark(2), Packet().mark(3)});
 
 } // namespace
-
-TEST_F(ZebPcrWriterTest, TransferHoldsSpacingRemainderAndMarkedRecords)
-{
-    const std::string transfer = transferOf(0, 5, THREE, 24367);
-    ASSERT_EQ(transfer.size(), 64U + 3 * 192);
-    EXPECT_EQ(wordAt(transfer, 0), 8122U);
-    EXPECT_EQ(wordAt(transfer, 4), 1U);
-    EXPECT_EQ(transfer.substr(8, 56), std::string(56, '\0'));
-    EXPECT_EQ(wordAt(transfer, 64), 0x00000005U);
-    EXPECT_EQ(wordAt(transfer, 64 + 192), 0x00000005U);
-    EXPECT_EQ(wordAt(transfer, 64 + 2 * 192), 0x01000005U);
-    for (std::size_t i = 0; i < 3; ++i)
-        EXPECT_EQ(transfer.compare(68 + i * 192, 188,
-                                   std::string(THREE.begin() + long(i * 188), THREE.begin() + long((i + 1) * 188))),
-                  0);
-}
-
-TEST_F(ZebPcrWriterTest, HeaderNamesTheDesignatorAndSegmentsWithoutDurationHaveNoMark)
-{
-    EXPECT_EQ(wordAt(transferOf(1, 4095, THREE, 0), 64 + 2 * 192), 0x40000FFFU);
-    EXPECT_EQ(wordAt(transferOf(3, 255, THREE, 2), 64 + 2 * 192), 0xC10000FFU);
-    EXPECT_EQ(wordAt(transferOf(3, 0, THREE, 0), 64), 0xC0000000U);
-}
 
 TEST_F(ZebPcrWriterTest, SmallerTransferAfterALargerOneHasNothingLeftOfIt)
 {
@@ -105,18 +66,6 @@ TEST_F(ZebPcrWriterTest, RefusesSpacingThatTheDeviceCannotExpress)
     EXPECT_THAT(failureOf<WriteError>([&] { transferOf(0, 1, many, uint64_t{5000} * 0x100000 + 4999); }),
                 HasSubstr("packet spacing too high"));
     EXPECT_TRUE(std::filesystem::is_empty(m_Device)) << "nothing of a refused segment is sent";
-}
-
-TEST_F(ZebPcrWriterTest, ChecksDesignatorThenChannelThenOpens)
-{
-    const std::pair<unsigned, unsigned> badDesignators[]{{0, 256}, {1, 0}, {1, 4096}, {2, 1}, {3, 256}, {4, 0}};
-    for (const auto& [mode, value] : badDesignators)
-        EXPECT_THAT(refusal(9, mode, value),
-                    StartsWith("Invalid Argument Error: Invalid TS TX DMA mode " + std::to_string(mode) +
-                               " or invalid TSI,PIDIDX,TSO value " + std::to_string(value) + "("));
-    EXPECT_THAT(refusal(4, 0, 0), StartsWith("Invalid Argument Error: Invalid TS TX DMA channel number 4("));
-    EXPECT_THAT(failureOf<CppUtil::FileSystemError>([&] { ZebPcrWriter(3, 0, 0, m_Base.path()); }),
-                HasSubstr("Could not open file: \"" + m_Base.path() + "3\" with flags: 2"));
 }
 
 TEST_F(ZebPcrWriterTest, BrokenPreconditionsEndTheProcess)

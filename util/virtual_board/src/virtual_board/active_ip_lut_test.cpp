@@ -61,16 +61,10 @@ TEST_F(ActiveIpLutTest, TwoSwitchesAtOnceAreMadeUpFor)
     EXPECT_THAT(lut.rows(), IsEmpty());
 }
 
-TEST_F(ActiveIpLutTest, FaultsAreThoseOfTheBankInUse)
+TEST_F(ActiveIpLutTest, StuffingInFrontIsAFaultAndAPortOfItsOwnIsNone)
 {
-    const auto faultOf = [this](const std::vector<std::pair<uint32_t, uint32_t>>& rows) {
-        fill(rows);
-        return ActiveIpLut(words.data()).fault();
-    };
-    EXPECT_EQ(faultOf({FIRST, SECOND}), "");
-    EXPECT_EQ(faultOf({FIRST, {0xEF010203, 0x010604D3}}), "");
-    EXPECT_EQ(faultOf({SECOND, FIRST}), "IP LUT: row 1 of the active bank is not in order");
-    EXPECT_EQ(faultOf({{0, 0x00FFFFFF}, FIRST}), "IP LUT: row 1 of the active bank is not in order");
-    EXPECT_EQ(faultOf({FIRST, {0xEF010203, 0x010704D2}}),
-              "IP LUT: row 1 of the active bank has the same key as the row before it");
+    fill({FIRST, {0xEF010203, 0x010604D3}});
+    EXPECT_EQ(ActiveIpLut(words.data()).fault(), "");
+    fill({{0, 0x00FFFFFF}, FIRST});
+    EXPECT_EQ(ActiveIpLut(words.data()).fault(), "IP LUT: row 1 of the active bank is not in order");
 }

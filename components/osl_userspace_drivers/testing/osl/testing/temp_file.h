@@ -1,38 +1,24 @@
 #pragma once
 
-#include <cstdlib>
-#include <fstream>
-#include <stdexcept>
-#include <string>
-#include <unistd.h>
+#include <osl/testing/temp_folder.h>
 
 namespace Osl::Testing {
 
-/// A regular file in the temporary folder that stands for a device; removed at the end of its life.
+/// A regular file, in a folder of its own, that stands for a device.
 class TempFile
 {
 public:
     explicit TempFile(std::size_t bytes = 0)
     {
-        const int fd = ::mkstemp(m_Path.data());
-        if (fd == -1 || ::ftruncate(fd, static_cast<off_t>(bytes)) != 0)
-            throw std::runtime_error("no temporary file");
-        ::close(fd);
+        m_Folder.put("/file", "");
+        std::filesystem::resize_file(m_Path, bytes);
     }
-    ~TempFile() { ::unlink(m_Path.c_str()); }
-    TempFile(const TempFile&) = delete;
-    TempFile& operator=(const TempFile&) = delete;
-
     const std::string& path() const { return m_Path; }
-
-    std::string content() const
-    {
-        std::ifstream file(m_Path, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
+    std::string content() const { return m_Folder.text("/file"); }
 
 private:
-    std::string m_Path = "/tmp/osl_test.XXXXXX";
+    TempFolder m_Folder;
+    std::string m_Path = m_Folder.root() + "/file";
 };
 
 } // namespace Osl::Testing

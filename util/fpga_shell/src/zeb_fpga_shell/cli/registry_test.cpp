@@ -10,18 +10,12 @@ class ResetTSIMAPCmd;
 class ScmWritePidlut;
 } // namespace Osl::Utils
 
-#include "zeb_fpga_shell/cli/registry.h"
 #include "zeb_fpga_shell/cli/scm_cmds.h"
 #include "zeb_fpga_shell/cli/table_clear_cmds.h"
 #include "zeb_fpga_shell/cli/table_read_cmds.h"
 #include "zeb_fpga_shell/cli/table_write_cmds.h"
 #include "zeb_fpga_shell/cli/zeb_fpga_memcmds.h"
 
-#include <osl/cpputils/stringutils.h>
-
-#include <gtest/gtest.h>
-
-#include <sstream>
 #include <type_traits>
 
 using namespace Osl::Utils;
@@ -44,20 +38,3 @@ template class Derived<ResetTSIMAPCmd, PIDLUTOpenCloseCmd>;
 template class Derived<ScmWritePidlut, ScmCmd>;
 
 } // namespace
-
-TEST(RegistryTest, ListsFortySevenCommandsEachWithADescription)
-{
-    CliModule module;
-    registerCommands(module, nullptr);
-    std::ostringstream text;
-    module.list(text);
-    std::size_t commands = 0;
-    std::istringstream lines(text.str());
-    for (std::string name, description; std::getline(lines, name);) {
-        ++commands;
-        EXPECT_EQ(name, Osl::CppUtil::toLower(name));
-        while (std::getline(lines, description) && !description.empty())
-            EXPECT_GE(description.size(), 3U) << name;
-    }
-    EXPECT_EQ(commands, 47U);
-}

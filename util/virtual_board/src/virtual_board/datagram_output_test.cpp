@@ -1,5 +1,4 @@
 #include "virtual_board/datagram_output.h"
-#include "virtual_board/ts_datagram.h"
 
 #include <osl/testing/packet_maker.h>
 
@@ -19,49 +18,7 @@ namespace {
 
 Bytes packets(std::size_t count) { return Osl::Testing::join(std::vector<Packet>(count)); }
 
-Bytes rtp(uint8_t flags) { return Bytes{static_cast<uint8_t>(0x80 | flags), 33} + Bytes(10); }
-
-Bytes found(const Bytes& datagram)
-{
-    const auto inside = tsPacketsIn(datagram);
-    return {inside.begin(), inside.end()};
-}
-
 } // namespace
-
-TEST(TsDatagramTest, PacketsAreFoundPlainlyAndBehindRtp)
-{
-    for (const std::size_t count : {1, 7, 100}) {
-        const Bytes ts = packets(count);
-        for (const Bytes& datagram :
-             {ts, rtp(0) + ts, rtp(0x0F) + Bytes(60, 0x47) + ts, rtp(0x10) + Bytes{0, 0, 0, 0} + ts,
-              rtp(0x10) + Bytes{0xBE, 0xDE, 0, 2} + Bytes(8) + ts, rtp(0x20) + ts + Bytes{1},
-              rtp(0x32) + Bytes(8) + Bytes{0, 0, 0, 1} + Bytes(4) + ts + Bytes{0, 0, 3}})
-            EXPECT_EQ(found(datagram), ts);
-    }
-}
-
-TEST(TsDatagramTest, WhatIsNoneIsRefused)
-{
-    const Bytes ts = packets(2);
-    Bytes lostSync = ts;
-    lostSync[188] = 0;
-    const std::vector<Bytes> wrong{{},
-                                   {0x47},
-                                   Bytes(188),
-                                   lostSync,
-                                   ts + Bytes{0},
-                                   rtp(0),
-                                   rtp(0) + lostSync,
-                                   Bytes{0x40, 33} + Bytes(10) + ts,
-                                   rtp(0x0F),
-                                   rtp(0x10) + Bytes{0, 0},
-                                   rtp(0x10) + Bytes{0, 0, 0xFF, 0xFF} + ts,
-                                   rtp(0x20) + ts + Bytes{0},
-                                   rtp(0x20) + Bytes{0xFF}};
-    for (const Bytes& datagram : wrong)
-        EXPECT_EQ(found(datagram), Bytes()) << testing::PrintToString(datagram);
-}
 
 TEST(DatagramOutputTest, SevenPacketsMakeADatagramAndFewGoAfterAWhile)
 {
