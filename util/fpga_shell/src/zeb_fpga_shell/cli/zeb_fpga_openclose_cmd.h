@@ -44,8 +44,6 @@ protected:
     /// Keeps other commands that edit the open device waiting, as this one waits for them, until the lock goes; readers
     /// do not ask for it. Raises LinuxCppUtil::LockError when another keeps the device for too long.
     LinuxCppUtil::FileLock lockDevice() const { return {m_Device->descriptor(), m_DevicePath, editPatience()}; }
-    /// Path of the device of the current run.
-    const std::string& devicePath() const { return m_DevicePath; }
 
 private:
     std::string m_DevicePath;
