@@ -1,7 +1,7 @@
 // SPI slaves that answer anything, or whose transfers fail, under accesses of every kind.
 
 #include <osl/cpputils/assertion.h>
-#include <osl/userspace_drivers/interfaces/spi/max2871.h>
+#include <osl/userspace_drivers/drivers/spi/max2871.h>
 #include <osl/userspace_drivers/interfaces/spi/registerslave.h>
 
 #include <algorithm>

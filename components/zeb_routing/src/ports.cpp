@@ -1,8 +1,8 @@
 #include "ports.h"
 
 #include <osl/cpputils/stringutils.h>
-#include <osl/userspace_drivers/drivers/zeb/ts/diag/port_names.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/physoutentry.h>
+#include <osl/userspace_drivers/drivers/zeb/ts/port_names.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/tablelayout.h>
 
 #include <algorithm>

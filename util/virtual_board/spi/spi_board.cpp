@@ -2,7 +2,7 @@
 
 #include "mapped_words.h"
 
-#include <osl/testing/spidev_node.h>
+#include <osl/spi_models/spidev_node.h>
 
 #include <algorithm>
 #include <array>
@@ -13,7 +13,7 @@
 namespace Osl::VirtualBoard {
 namespace {
 
-using namespace Testing;
+using namespace SpiModels;
 
 /// The memory of another process, reached through its thread.
 class ThreadMemory : public UserMemory

@@ -28,9 +28,7 @@ LinuxCppUtil::UniqueFD openDevice(const std::string& path, bool readOnly)
 
 PosixIOIf::PosixIOIf(const std::string& path, bool readOnly) : PosixIOIf(openDevice(path, readOnly), readOnly) {}
 
-PosixIOIf::PosixIOIf(LinuxCppUtil::UniqueFD descriptor, bool readOnly)
-    : m_Descriptor(std::move(descriptor)),
-      m_ReadOnly(readOnly)
+PosixIOIf::PosixIOIf(LinuxCppUtil::UniqueFD descriptor, bool) : m_Descriptor(std::move(descriptor))
 {
     if (!m_Descriptor)
         OSL_RAISE(CppUtil::FileSystemError, "Non valid unique_ptr given");

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 using namespace Osl::Spi;
+using namespace Osl::SpiModels;
 using namespace Osl::Testing;
 using testing::HasSubstr;
 

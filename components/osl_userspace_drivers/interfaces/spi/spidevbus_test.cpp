@@ -9,6 +9,7 @@
 #include <fstream>
 
 using namespace Osl::Spi;
+using namespace Osl::SpiModels;
 using namespace Osl::Testing;
 using testing::HasSubstr;
 using testing::StartsWith;

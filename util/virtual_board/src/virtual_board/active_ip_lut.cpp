@@ -1,10 +1,11 @@
 #include "virtual_board/active_ip_lut.h"
 
-#include <osl/userspace_drivers/drivers/zeb/ts/ipinentry.h>
+#include "virtual_board/block_rows.h"
 
 #include <fmt/format.h>
 
-#include <span>
+#include <optional>
+#include <utility>
 
 namespace Osl::VirtualBoard {
 
@@ -12,7 +13,7 @@ using namespace Drivers::Zeb;
 
 ActiveIpLut::ActiveIpLut(volatile uint32_t* ioBlock)
     : m_Block(ioBlock),
-      m_Bank(m_Block[IP_LUT.bankWord] & TableLayout::BANK_BIT),
+      m_Bank(IP_LUT.bankInUse(m_Block[IP_LUT.bankWord])),
       m_Table{}
 {
     use(readTable());
@@ -29,20 +30,20 @@ ActiveIpLut::Table ActiveIpLut::readTable() const
 /// The rows must be in order of address and port, without a key twice, and stuffing may only follow.
 std::string ActiveIpLut::faultOf(const Table& table)
 {
-    uint64_t last = 0;
+    std::optional<IpInEntry> last;
     bool ended = false;
     for (uint32_t row = 0; row < IP_LUT.rows; ++row) {
-        const std::span<const uint32_t> words(&table[std::size_t{row} * IP_LUT.wordsPerRow], IP_LUT.wordsPerRow);
-        if (IpInFields::ENABLED.get(words) == 0) {
+        IpInEntry entry;
+        readRow(entry, table.data(), row * IP_LUT.wordsPerRow);
+        if (entry.isUnused()) {
             ended = true;
             continue;
         }
-        const uint64_t key = uint64_t{IpInFields::IP.get(words)} << 16 | IpInFields::UDP_PORT.get(words);
-        if (ended || (row != 0 && key < last))
+        if (ended || (last && entry < *last))
             return fmt::format("IP LUT: row {} of the active bank is not in order", row);
-        if (row != 0 && key == last)
+        if (last && !(*last < entry))
             return fmt::format("IP LUT: row {} of the active bank has the same key as the row before it", row);
-        last = key;
+        last = entry;
     }
     return "";
 }
@@ -51,12 +52,12 @@ bool ActiveIpLut::use(const Table& table)
 {
     m_Table = table;
     std::vector<IpLutRow> rows;
+    IpInEntry entry;
     for (uint32_t row = 0; row < IP_LUT.rows; ++row) {
-        const std::span<const uint32_t> words(&table[std::size_t{row} * IP_LUT.wordsPerRow], IP_LUT.wordsPerRow);
-        if (IpInFields::ENABLED.get(words) != 0)
-            rows.push_back({.group = IpInFields::IP.get(words),
-                            .port = static_cast<uint16_t>(IpInFields::UDP_PORT.get(words)),
-                            .tsi = static_cast<uint8_t>(IpInFields::TSI_IDX.get(words))});
+        readRow(entry, table.data(), row * IP_LUT.wordsPerRow);
+        if (!entry.isUnused())
+            rows.push_back(
+                {.group = entry.getIpAddress().value(), .port = entry.getUdpPort(), .tsi = entry.getTSIidx()});
     }
     if (rows == m_Rows)
         return false;
@@ -69,18 +70,15 @@ bool ActiveIpLut::isCleared() const
 {
     if (m_Rows.empty())
         return false;
-    for (uint32_t row = 0; row < IP_LUT.rows; ++row) {
-        const uint32_t offset = IP_LUT.rowOffset(row);
-        const std::array<uint32_t, IP_LUT.wordsPerRow> words{m_Block[offset], m_Block[offset + 1]};
-        if (IpInFields::ENABLED.get(words) != 0)
+    for (uint32_t row = 0; row < IP_LUT.rows; ++row)
+        if (!rowOf<IpInEntry>(m_Block, row).isUnused())
             return false;
-    }
     return true;
 }
 
 bool ActiveIpLut::followBank()
 {
-    const uint32_t bank = m_Block[IP_LUT.bankWord] & TableLayout::BANK_BIT;
+    const uint32_t bank = IP_LUT.bankInUse(m_Block[IP_LUT.bankWord]);
     if (bank == m_Bank && !isCleared())
         return false;
     m_Bank = bank;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <osl/userspace_drivers/drivers/zeb/ts/tablelayout.h>
+#include <osl/userspace_drivers/drivers/zeb/ts/ipinentry.h>
 
 #include <array>
 #include <cstdint>

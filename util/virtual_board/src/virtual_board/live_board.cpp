@@ -1,9 +1,9 @@
 #include "virtual_board/live_board.h"
 
+#include "virtual_board/block_rows.h"
 #include "virtual_board/board_folder.h"
 
 #include <osl/ts_streaming/outputs/pcrsegwriter_zebhw.h>
-#include <osl/userspace_drivers/drivers/zeb/ts/physinentry.h>
 #include <osl/userspace_drivers/drivers/zeb/zeb_attributes.h>
 #include <osl/userspace_drivers/drivers/zeb/zeb_devices.h>
 
@@ -138,9 +138,8 @@ void LiveBoard::openFeeds(const Settings& settings)
                            .feed = std::make_unique<Feed>(
                                file, settings.pace,
                                [this, input = phyIIdx](const uint8_t* packet) {
-                                   const uint32_t tsi = tsiOf(input);
-                                   if (tsi != Zeb::PhysInEntry::STUFFING_TSI)
-                                       m_Router.fromInput(static_cast<uint8_t>(tsi), packet);
+                                   if (const auto tsi = tsiOf(input))
+                                       m_Router.fromInput(*tsi, packet);
                                },
                                [this](const std::string& what) { complain(what); })});
 }
@@ -151,10 +150,10 @@ void LiveBoard::complain(const std::string& what)
     std::ofstream(placeOf(m_Root, COMPLAINTS_PATH), std::ios::app) << what << '\n';
 }
 
-uint32_t LiveBoard::tsiOf(uint32_t phyIIdx) const
+std::optional<uint8_t> LiveBoard::tsiOf(uint32_t phyIIdx) const
 {
-    const std::array<uint32_t, Zeb::PHYS_IN_MAP.wordsPerRow> row{m_Io[Zeb::PHYS_IN_MAP.rowOffset(phyIIdx)]};
-    return Zeb::PhysInFields::TSI_IDX.get(row);
+    const auto row = rowOf<Zeb::PhysInEntry>(m_Io, phyIIdx);
+    return row.isUnused() ? std::nullopt : std::optional(row.getTSIidx());
 }
 
 void LiveBoard::route(uint32_t header, const uint8_t* packet)
@@ -180,7 +179,7 @@ bool LiveBoard::serveFeeds()
     bool busy = false;
     for (const FedInput& input : m_Feeds) {
         // What goes only once waits until it is wanted.
-        if (m_Pace == Feed::Pace::PCR || tsiOf(input.phyIIdx) != Zeb::PhysInEntry::STUFFING_TSI)
+        if (m_Pace == Feed::Pace::PCR || tsiOf(input.phyIIdx))
             busy |= input.feed->serve(m_Now);
     }
     return busy;

@@ -16,6 +16,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <set>
 #include <vector>
 
@@ -60,7 +61,7 @@ private:
     Clock::duration longestSleep() const;
     void sleepUntilNeeded();
     void route(uint32_t header, const uint8_t* packet);
-    uint32_t tsiOf(uint32_t phyIIdx) const;
+    std::optional<uint8_t> tsiOf(uint32_t phyIIdx) const;
 
     void toCpu(uint8_t tsi, const uint8_t* packet) override { m_Port.deliver(tsi, packet); }
     void toOutput(uint8_t tso, const uint8_t* packet) override { m_Outputs.send(tso, packet, m_Now); }

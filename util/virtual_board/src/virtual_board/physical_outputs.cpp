@@ -2,7 +2,7 @@
 
 #include <osl/linutils/raii_filedescriptors.h>
 #include <osl/ts_basics/ll_tspackets.h>
-#include <osl/userspace_drivers/drivers/zeb/ts/diag/port_names.h>
+#include <osl/userspace_drivers/drivers/zeb/ts/port_names.h>
 
 #include <fmt/format.h>
 

@@ -5,14 +5,6 @@
 #include <osl/userspace_drivers/drivers/zeb/attr/cammonitor.h>
 #include <osl/userspace_drivers/drivers/zeb/attr/mcnotlut.h>
 #include <osl/userspace_drivers/drivers/zeb/scm/scmlayout.h>
-#include <osl/userspace_drivers/drivers/zeb/ts/filtertabentry.h>
-#include <osl/userspace_drivers/drivers/zeb/ts/ipinentry.h>
-#include <osl/userspace_drivers/drivers/zeb/ts/ipoutentry.h>
-#include <osl/userspace_drivers/drivers/zeb/ts/physinentry.h>
-#include <osl/userspace_drivers/drivers/zeb/ts/physoutentry.h>
-#include <osl/userspace_drivers/drivers/zeb/ts/pidlutentry.h>
-#include <osl/userspace_drivers/drivers/zeb/ts/pidmapentry.h>
-#include <osl/userspace_drivers/drivers/zeb/ts/tsimapentry.h>
 #include <osl/userspace_drivers/drivers/zeb/zeb_attributes.h>
 
 #include <fmt/format.h>
@@ -23,26 +15,6 @@ namespace Osl::VirtualBoard {
 namespace Zeb = Drivers::Zeb;
 
 namespace {
-
-struct TableReset
-{
-    const Zeb::TableLayout& layout;
-    std::vector<uint32_t> row; ///< what each row holds
-};
-
-std::vector<TableReset> tableResets()
-{
-    return {
-        {Zeb::PID_LUT, Zeb::PidLutEntry().getWords()},
-        {Zeb::TSI_MAP, Zeb::TsiMapEntry().getWords()},
-        {Zeb::FILTER_TABLE, Zeb::FilterTabEntry().getWords()},
-        {Zeb::O_PID_MAP, Zeb::PidMapEntry().getWords()},
-        {Zeb::IP_LUT, Zeb::IpInEntry().getWords()},
-        {Zeb::PHYS_IN_MAP, Zeb::PhysInEntry().getWords()},
-        {Zeb::PHYS_OUT_MAP, Zeb::PhysOutEntry().getWords()},
-        {Zeb::IP_OUT_MAP, Zeb::IpOutEntry().getWords()},
-    };
-}
 
 constexpr uint32_t CAM_MONITOR_SIZE = 32;
 constexpr uint32_t MCNOTLUT_SIZE = 64;
@@ -60,17 +32,17 @@ std::string lineOf(uint32_t number) { return fmt::format("{}\n", number); }
 std::vector<uint32_t> resetState(const MemoryDevice& memory)
 {
     std::vector<uint32_t> words(memory.device.mapSize / sizeof(uint32_t));
-    for (const TableReset& table : tableResets()) {
-        if (table.layout.block != memory.tables)
-            continue;
-        for (const uint32_t base : table.layout.activeBase)
-            for (uint32_t offset = base; offset < base + table.layout.words(); offset += table.layout.wordsPerRow)
-                std::copy(table.row.begin(), table.row.end(), words.begin() + offset);
-    }
-    if (&memory.device == &SCM_DEVICE) {
-        for (const uint32_t base : Zeb::ScmPidLutLayout::BANKS)
-            std::fill_n(words.begin() + base, Zeb::ScmPidLutLayout::ROWS, Zeb::ScmPidLutLayout::EMPTY_ROW);
-    }
+    const auto fill = [&words](const Zeb::TableLayout& table) {
+        const std::vector<uint32_t> row = Zeb::FieldEntry(table).getWords();
+        for (const uint32_t base : table.activeBase)
+            for (uint32_t offset = base; offset < base + table.words(); offset += table.wordsPerRow)
+                std::copy(row.begin(), row.end(), words.begin() + offset);
+    };
+    for (const Zeb::TableLayout* table : Zeb::ROUTING_TABLES)
+        if (table->block == memory.tables)
+            fill(*table);
+    if (memory.tables == Zeb::SCM_PID_LUT.block)
+        fill(Zeb::SCM_PID_LUT);
     return words;
 }
 

@@ -24,7 +24,7 @@ struct MemoryDevice
 inline constexpr std::array MEMORY_DEVICES{MemoryDevice{Drivers::Zeb::PIDLUT_DEVICE, Drivers::Zeb::TableBlock::PID},
                                            MemoryDevice{Drivers::Zeb::IPLUT_DEVICE, Drivers::Zeb::TableBlock::IO},
                                            MemoryDevice{Drivers::Zeb::PKTIO_DEVICE, std::nullopt},
-                                           MemoryDevice{SCM_DEVICE, std::nullopt}};
+                                           MemoryDevice{SCM_DEVICE, Drivers::Zeb::TableBlock::SCM}};
 
 /// What the memory holds after a reset of the FPGA, in 32-bit words: every table full of stuffing rows, both banks
 /// where there are two; everything else 0.

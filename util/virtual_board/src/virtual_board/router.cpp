@@ -1,14 +1,13 @@
 #include "virtual_board/router.h"
 
+#include "virtual_board/block_rows.h"
+
 #include <osl/ts_basics/ll_tspackets.h>
-#include <osl/userspace_drivers/drivers/zeb/ts/filtertabentry.h>
-#include <osl/userspace_drivers/drivers/zeb/ts/pidlutentry.h>
-#include <osl/userspace_drivers/drivers/zeb/ts/pidmapentry.h>
-#include <osl/userspace_drivers/drivers/zeb/ts/tsimapentry.h>
 
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <utility>
 
@@ -26,35 +25,25 @@ constexpr uint32_t WHOLE_UNIT = 255;     ///< packet count
 constexpr uint32_t MAX_COPIES = 4096;    ///< steps along a replication list
 
 /// What rows of the PID LUT are sorted by: TSI, then PID.
-constexpr uint32_t keyOf(uint32_t tsi, uint32_t pid)
-{
-    return tsi << PidLutFields::TSIIDX.lsb | pid << PidLutFields::PID.lsb;
-}
-constexpr uint32_t KEY_MASK = PidLutFields::TSIIDX.mask() | PidLutFields::PID.mask();
-constexpr uint32_t STUFFING_KEY = KEY_MASK;
+constexpr uint32_t keyOf(uint32_t tsi, uint32_t pid) { return tsi << PidLutEntry::FIELD<"PID">.at.width | pid; }
+uint32_t keyOf(const PidLutEntry& row) { return keyOf(row.getTSIIDX(), row.getPID()); }
+constexpr uint32_t STUFFING_KEY = keyOf(PidLutEntry::FIELD<"TSIIDX">.stuffing, PidLutEntry::FIELD<"PID">.stuffing);
 
 /// In less time nobody edits both banks of the PID LUT, unless to clear them.
 constexpr auto FASTEST_TABLE_EDITS = std::chrono::microseconds(200);
 
 } // namespace
 
-Router::PidLutRow Router::pidLutRow(uint32_t base, uint32_t row) const
-{
-    PidLutRow words{};
-    for (uint32_t i = 0; i < ROW_WORDS; ++i)
-        words[i] = m_Block[base + row * ROW_WORDS + i];
-    return words;
-}
-
 /// By bisection, as the hardware does: what is not sorted is not found.
-std::optional<Router::PidLutRow> Router::findInBank(uint32_t base, uint32_t key) const
+std::optional<PidLutEntry> Router::findInBank(uint32_t base, uint32_t key) const
 {
+    PidLutEntry row;
     uint32_t first = 0;
     uint32_t end = PID_LUT.rows;
     while (first < end) {
         const uint32_t middle = first + (end - first) / 2;
-        const PidLutRow row = pidLutRow(base, middle);
-        const uint32_t found = row[PidLutFields::PID.word] & KEY_MASK;
+        readRow(row, m_Block, base + middle * PID_LUT.wordsPerRow);
+        const uint32_t found = keyOf(row);
         if (found == key)
             return row;
         if (found < key)
@@ -67,7 +56,7 @@ std::optional<Router::PidLutRow> Router::findInBank(uint32_t base, uint32_t key)
 
 /// Once switched, the bank that was searched may be half of the next table; and when the search was held up, the bank
 /// may have been switched twice.
-std::optional<Router::PidLutRow> Router::find(uint32_t key) const
+std::optional<PidLutEntry> Router::find(uint32_t key) const
 {
     using Clock = std::chrono::steady_clock;
     for (;;) {
@@ -86,7 +75,7 @@ bool Router::passesFilter(uint32_t key, uint32_t filterIndex, const uint8_t* pac
         return true;
     uint32_t& credit = m_FilterCredit[key];
     if (Ll::startsPayloadUnit(packet))
-        credit = m_Block[FILTER_TABLE.rowOffset(filterIndex)];
+        credit = rowOf<FilterTabEntry>(m_Block, filterIndex).getPacketCount();
     if (credit == 0)
         return false;
     if (credit != WHOLE_UNIT)
@@ -107,15 +96,15 @@ void Router::fromInput(uint8_t tsi, const uint8_t* packet)
     // The last key is that of stuffing rows, which route nothing.
     const auto row = key == STUFFING_KEY ? std::nullopt : find(key);
     if (!row) {
-        const std::array<uint32_t, 1> wholeStream{m_Block[TSI_MAP.rowOffset(tsi)]};
-        if (TsiMapFields::ENABLED.get(wholeStream) != 0)
-            fromPidIdx(TsiMapFields::PID_IDX.get(wholeStream), packet);
+        const auto wholeStream = rowOf<TsiMapEntry>(m_Block, tsi);
+        if (wholeStream.isEnabled())
+            fromPidIdx(wholeStream.getPIDidx(), packet);
         return;
     }
-    if (PidLutFields::CPU_ROUTE.get(*row) != 0 && passesFilter(key, PidLutFields::FILT_TAB_IDX.get(*row), packet))
+    if (row->isCpuRoute() && passesFilter(key, row->getFiltTabIDX(), packet))
         m_Sinks.toCpu(tsi, packet);
-    if (PidLutFields::OUT_ROUTE.get(*row) != 0)
-        fromPidIdx(PidLutFields::PIDIDX.get(*row), packet);
+    if (row->isOutRoute())
+        fromPidIdx(row->getPIDIDX(), packet);
 }
 
 void Router::fromPidIdx(uint32_t pidIdx, const uint8_t* packet)
@@ -129,16 +118,15 @@ void Router::fromPidIdx(uint32_t pidIdx, const uint8_t* packet)
                 m_Sinks.complain(fmt::format("the replication list from PIDIDX {} loops", entry));
             return;
         }
-        const uint32_t offset = O_PID_MAP.rowOffset(pidIdx);
-        const std::array<uint32_t, O_PID_MAP.wordsPerRow> row{m_Block[offset], m_Block[offset + 1]};
-        if (PidMapFields::ENABLED.get(row) != 0) {
+        const auto row = rowOf<PidMapEntry>(m_Block, pidIdx);
+        if (row.isEnabled()) {
             std::array<uint8_t, TS_SIZE> copy{};
             std::copy_n(packet, TS_SIZE, copy.begin());
-            if (PidMapFields::REMAP.get(row) != 0)
-                Ll::setPid(copy.data(), static_cast<uint16_t>(PidMapFields::REMAP_PID.get(row)));
-            throughOutput(static_cast<uint8_t>(PidMapFields::TSO_IDX.get(row)), copy.data());
+            if (row.isRemap())
+                Ll::setPid(copy.data(), row.getRemapPID());
+            throughOutput(row.getTSOidx(), copy.data());
         }
-        pidIdx = PidMapFields::NEXT_PID_IDX.get(row);
+        pidIdx = row.getNextPIDidx();
     }
 }
 
@@ -151,12 +139,14 @@ void Router::throughOutput(uint8_t tso, const uint8_t* packet)
 /// "" when there is none.
 std::string Router::faultIn(uint32_t base) const
 {
-    uint32_t last = pidLutRow(base, 0)[0] & KEY_MASK;
-    for (uint32_t row = 1; row < PID_LUT.rows; ++row) {
-        const uint32_t key = pidLutRow(base, row)[0] & KEY_MASK;
+    uint32_t last = 0;
+    PidLutEntry entry;
+    for (uint32_t row = 0; row < PID_LUT.rows; ++row) {
+        readRow(entry, m_Block, base + row * PID_LUT.wordsPerRow);
+        const uint32_t key = keyOf(entry);
         if (key < last)
             return fmt::format("PID LUT: row {} of the active bank is not in order", row);
-        if (key == last && key != STUFFING_KEY)
+        if (row != 0 && key == last && key != STUFFING_KEY)
             return fmt::format("PID LUT: row {} of the active bank has the same key as the row before it", row);
         last = key;
     }

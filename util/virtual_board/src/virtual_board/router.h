@@ -1,8 +1,7 @@
 #pragma once
 
-#include <osl/userspace_drivers/drivers/zeb/ts/tablelayout.h>
+#include <osl/userspace_drivers/drivers/zeb/ts/pidlutentry.h>
 
-#include <array>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -44,12 +43,8 @@ public:
     bool checkPidLut();
 
 private:
-    static constexpr uint32_t ROW_WORDS = Drivers::Zeb::PID_LUT.wordsPerRow;
-    using PidLutRow = std::array<uint32_t, ROW_WORDS>;
-
-    PidLutRow pidLutRow(uint32_t base, uint32_t row) const;
-    std::optional<PidLutRow> findInBank(uint32_t base, uint32_t key) const;
-    std::optional<PidLutRow> find(uint32_t key) const;
+    std::optional<Drivers::Zeb::PidLutEntry> findInBank(uint32_t base, uint32_t key) const;
+    std::optional<Drivers::Zeb::PidLutEntry> find(uint32_t key) const;
     std::string faultIn(uint32_t base) const;
     bool passesFilter(uint32_t key, uint32_t filterIndex, const uint8_t* packet);
     void count(uint32_t firstCounterWord, uint32_t index);

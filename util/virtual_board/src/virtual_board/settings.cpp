@@ -1,6 +1,6 @@
 #include "virtual_board/settings.h"
 
-#include <osl/userspace_drivers/drivers/zeb/ts/diag/port_names.h>
+#include <osl/userspace_drivers/drivers/zeb/ts/port_names.h>
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>

@@ -1,17 +1,13 @@
 #include "virtual_board/stream_outputs.h"
 
+#include "virtual_board/block_rows.h"
 #include "virtual_board/board_folder.h"
 
-#include <osl/cpputils/netaddress.h>
 #include <osl/userspace_drivers/drivers/zeb/attr/cammonitor.h>
-#include <osl/userspace_drivers/drivers/zeb/ts/diag/port_names.h>
-#include <osl/userspace_drivers/drivers/zeb/ts/ipoutentry.h>
-#include <osl/userspace_drivers/drivers/zeb/ts/physoutentry.h>
-#include <osl/userspace_drivers/drivers/zeb/ts/tablelayout.h>
+#include <osl/userspace_drivers/drivers/zeb/ts/port_names.h>
 
 #include <fmt/format.h>
 
-#include <array>
 #include <iostream>
 #include <utility>
 
@@ -41,10 +37,10 @@ void StreamOutputs::send(uint8_t tso, const uint8_t* packet, Clock::time_point n
 void StreamOutputs::toPhysical(uint8_t tso, const uint8_t* packet)
 {
     static const uint32_t FIRST_CAM = camOutputIndex(0);
-    const std::array<uint32_t, PHYS_OUT_MAP.wordsPerRow> row{m_Block[PHYS_OUT_MAP.rowOffset(tso)]};
-    if (PhysOutFields::ENABLED.get(row) == 0)
+    const auto row = rowOf<PhysOutEntry>(m_Block, tso);
+    if (!row.isEnabled())
         return;
-    const uint32_t phyOIdx = PhysOutFields::PHYO_IDX.get(row);
+    const uint32_t phyOIdx = row.getPHYOidx();
     m_Physical.send(phyOIdx, packet);
     if (phyOIdx >= FIRST_CAM && phyOIdx - FIRST_CAM < m_CamSlots.size())
         m_CamSlots[phyOIdx - FIRST_CAM].count(packet);
@@ -52,16 +48,13 @@ void StreamOutputs::toPhysical(uint8_t tso, const uint8_t* packet)
 
 void StreamOutputs::toNetwork(uint8_t tso, const uint8_t* packet, Clock::time_point now)
 {
-    std::array<uint32_t, IP_OUT_MAP.wordsPerRow> row{};
-    for (uint32_t word = 0; word < IP_OUT_MAP.wordsPerRow; ++word)
-        row[word] = m_Block[IP_OUT_MAP.rowOffset(tso) + word];
-    if (IpOutFields::ENABLED.get(row) == 0)
+    const auto row = rowOf<IpOutEntry>(m_Block, tso);
+    if (!row.isEnabled())
         return;
-    const uint32_t group = IpOutFields::IP.get(row);
-    if (!CppUtil::IpAdrContainer(group).isMulticast()) {
-        if (m_BadGroups.insert(group).second)
-            m_Complain(fmt::format("TSO {} is sent to {}, which is not a multicast group", tso,
-                                   CppUtil::IpAdrContainer(group).toString()));
+    const CppUtil::IpAdrContainer group = row.getIpAddress();
+    if (!group.isMulticast()) {
+        if (m_BadGroups.insert(group.value()).second)
+            m_Complain(fmt::format("TSO {} is sent to {}, which is not a multicast group", tso, group.toString()));
         return;
     }
     if (!m_Sender) {
@@ -70,11 +63,7 @@ void StreamOutputs::toNetwork(uint8_t tso, const uint8_t* packet, Clock::time_po
                       << " has a multicast group, but this board has no network (--net)" << std::endl;
         return;
     }
-    m_Datagrams.add(tso,
-                    {.group = group,
-                     .port = static_cast<uint16_t>(IpOutFields::UDP_PORT.get(row)),
-                     .rtp = IpOutFields::RTP.get(row) != 0},
-                    packet, now);
+    m_Datagrams.add(tso, {.group = group.value(), .port = row.getUdpPort(), .rtp = row.isRtp()}, packet, now);
 }
 
 void StreamOutputs::sendDatagrams()

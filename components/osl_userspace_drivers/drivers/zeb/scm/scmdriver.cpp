@@ -1,19 +1,30 @@
 #include <osl/userspace_drivers/drivers/drivererror.h>
 #include <osl/userspace_drivers/drivers/zeb/scm/scmdriver.h>
+#include <osl/userspace_drivers/drivers/zeb/ts/diag/table_readout.h>
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <span>
+#include <ranges>
 
 namespace Osl::Drivers::Zeb {
 namespace {
 
-using Fields = ScmPidLutFields;
-using Layout = ScmPidLutLayout;
+constexpr const Misc::BitField& PID = SCM_PID_LUT.find("PID")->at;
+constexpr const Misc::BitField& SCMIDX = SCM_PID_LUT.find("SCMIDX")->at;
+constexpr const Misc::BitField& KEYIDX = SCM_PID_LUT.find("KEYIDX")->at;
 
 /// Place of an entry in the LUT's order.
-uint32_t keyOf(uint32_t scmIdx, uint32_t pid) { return scmIdx << Fields::PID.width | pid; }
+uint32_t keyOf(uint32_t scmIdx, uint32_t pid) { return scmIdx << PID.width | pid; }
+
+uint32_t wordOf(const ScmPidLutEntry& entry)
+{
+    uint32_t word = 0;
+    PID.put({&word, 1}, entry.pid);
+    SCMIDX.put({&word, 1}, entry.scmIdx);
+    KEYIDX.put({&word, 1}, entry.keyIdx);
+    return word;
+}
 
 void check(bool inRange)
 {
@@ -21,90 +32,64 @@ void check(bool inRange)
         OSL_RAISE(CppUtil::InvalidArgumentError, "Invalid parameters.");
 }
 
-bool isInRange(uint32_t scmIdx, uint32_t pid) { return scmIdx <= Fields::SCMIDX.max() && pid < Fields::PID.max(); }
+bool isInRange(uint32_t scmIdx, uint32_t pid) { return scmIdx <= SCMIDX.max() && pid < PID.max(); }
 
 } // namespace
 
-ScmPidLutEntry::ScmPidLutEntry(uint32_t word)
-    : pid(Fields::PID.get({&word, 1})),
-      scmIdx(Fields::SCMIDX.get({&word, 1})),
-      keyIdx(Fields::KEYIDX.get({&word, 1}))
+void ScmDriver::print(const RowSelection& selection, std::ostream& out)
 {
-}
-
-uint32_t ScmPidLutEntry::word() const
-{
-    uint32_t word = 0;
-    Fields::PID.put({&word, 1}, pid);
-    Fields::SCMIDX.put({&word, 1}, scmIdx);
-    Fields::KEYIDX.put({&word, 1}, keyIdx);
-    return word;
-}
-
-std::vector<ScmDriver::Row> ScmDriver::readRows(Bank bank, uint32_t offset, uint32_t count)
-{
-    if (uint64_t{offset} + count > Layout::ROWS)
+    if (uint64_t{selection.offset} + selection.count > SCM_PID_LUT.rows)
         OSL_RAISE(CppUtil::OutOfRangeError,
-                  fmt::format("Offset {} and entry count {} exceeds scrambler PID LUT size {}.", offset, count,
-                              Layout::ROWS));
-    const uint32_t bankWord = m_Memory.read32(Layout::BANK_WORD);
-    const uint32_t base = bank == Bank::ACTIVE ? Layout::active(bankWord) : Layout::inactive(bankWord);
-    std::vector<Row> rows;
-    rows.reserve(count);
-    for (uint32_t position = offset; position < offset + count; ++position)
-        rows.push_back({position, base + position, ScmPidLutEntry(m_Memory.read32(base + position))});
-    return rows;
+                  fmt::format("Offset {} and entry count {} exceeds scrambler PID LUT size {}.", selection.offset,
+                              selection.count, SCM_PID_LUT.rows));
+    printTable(m_Memory, SCM_PID_LUT, selection, out);
 }
 
 void ScmDriver::insert(const ScmPidLutEntry& entry)
 {
-    check(isInRange(entry.scmIdx, entry.pid) && entry.keyIdx <= Fields::KEYIDX.max());
-    const uint32_t bankWord = m_Memory.read32(Layout::BANK_WORD);
-    Entries entries = readActive(bankWord);
+    check(isInRange(entry.scmIdx, entry.pid) && entry.keyIdx <= KEYIDX.max());
+    BankedTable banks(m_Memory, SCM_PID_LUT);
+    Rows rows = readActive(banks);
     // Also for an entry that would replace another: users rely on a full LUT refusing every write.
-    if (entries.size() == Layout::ROWS)
+    if (rows.size() == SCM_PID_LUT.rows)
         OSL_RAISE(ZebDriverError, "SCM PID LUT is full - cannot write new entry");
-    entries.insert_or_assign(keyOf(entry.scmIdx, entry.pid), entry.word());
-    replace(bankWord, entries);
+    rows.insert_or_assign(keyOf(entry.scmIdx, entry.pid), wordOf(entry));
+    replace(banks, rows);
 }
 
 void ScmDriver::remove(uint32_t scmIdx, uint32_t pid)
 {
-    const uint32_t bankWord = m_Memory.read32(Layout::BANK_WORD);
-    Entries entries = readActive(bankWord);
-    if (isInRange(scmIdx, pid)) // numbers out of range would give the key of another entry
-        entries.erase(keyOf(scmIdx, pid));
-    replace(bankWord, entries);
+    BankedTable banks(m_Memory, SCM_PID_LUT);
+    Rows rows = readActive(banks);
+    if (isInRange(scmIdx, pid)) // no row can have another pair, whose key could be that of a row
+        rows.erase(keyOf(scmIdx, pid));
+    replace(banks, rows);
 }
 
 void ScmDriver::clear()
 {
-    const uint32_t bankWord = m_Memory.read32(Layout::BANK_WORD);
-    replace(bankWord, {});
-    replace(Layout::switched(bankWord), {});
+    BankedTable banks(m_Memory, SCM_PID_LUT);
+    replace(banks, {});
+    replace(banks, {});
 }
 
-ScmDriver::Entries ScmDriver::readActive(uint32_t bankWord)
+ScmDriver::Rows ScmDriver::readActive(const BankedTable& banks)
 {
-    Entries entries;
-    const uint32_t base = Layout::active(bankWord);
-    for (uint32_t position = 0; position < Layout::ROWS; ++position) {
-        const uint32_t word = m_Memory.read32(base + position);
-        const ScmPidLutEntry entry(word);
-        if (entry.isEmpty())
+    Rows rows;
+    for (uint32_t row = 0; row < SCM_PID_LUT.rows; ++row) {
+        const uint32_t word = m_Memory.read32(banks.activeBase() + row);
+        if (SCM_PID_LUT.isUnused({&word, 1}))
             break;
-        entries.insert_or_assign(keyOf(entry.scmIdx, entry.pid), word);
+        rows.insert_or_assign(keyOf(SCMIDX.get({&word, 1}), PID.get({&word, 1})), word);
     }
-    return entries;
+    return rows;
 }
 
-/// The switch comes last and is a single write: the FPGA sees the old entries or the new ones, never a mixture.
-void ScmDriver::replace(uint32_t bankWord, const Entries& entries)
+void ScmDriver::replace(BankedTable& banks, const Rows& rows)
 {
-    std::vector<uint32_t> image(Layout::ROWS, Layout::EMPTY_ROW);
-    std::transform(entries.begin(), entries.end(), image.begin(), [](const auto& row) { return row.second; });
-    m_Memory.writeBlock32(Layout::inactive(bankWord), image);
-    m_Memory.write32(Layout::BANK_WORD, Layout::switched(bankWord));
+    const auto words = std::views::values(rows);
+    banks.fill(std::vector<uint32_t>(words.begin(), words.end()), BankedTable::Writes::AT_ONCE);
+    banks.switchBanks();
 }
 
 ScmKey ScmDriver::readKey(const ScmKeySlot& slot)

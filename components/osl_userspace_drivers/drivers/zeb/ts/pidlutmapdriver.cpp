@@ -1,19 +1,16 @@
 #include <osl/userspace_drivers/drivers/drivererror.h>
+#include <osl/userspace_drivers/drivers/zeb/ts/bankedtable.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/pidlutmapdriver.h>
-#include <osl/userspace_drivers/drivers/zeb/ts/tablebank.h>
+#include <osl/userspace_drivers/drivers/zeb/ts/tablelayout.h>
+#include <osl/userspace_drivers/drivers/zeb/ts/tablerows.h>
 
 #include <fmt/format.h>
 
 #include <atomic>
+#include <ranges>
 #include <utility>
 
 namespace Osl::Drivers::Zeb {
-namespace {
-
-/// After every write: the FPGA must see the rows of a table before the bank switch that makes it use them.
-void barrier() { std::atomic_thread_fence(std::memory_order_seq_cst); }
-
-} // namespace
 
 PidLutMapDriver::PidLutMapDriver(std::shared_ptr<IMemIf> memory) : m_Memory(std::move(memory))
 {
@@ -34,27 +31,14 @@ void PidLutMapDriver::writePidLut(const PidLutEntries& entries)
         OSL_RAISE(ZebDriverError, fmt::format("API error: Invalid length of list containing PidLut entries. List is {} "
                                               ".ZEBTSIF FPGA supports a maximum of {}.",
                                               entries.size(), PID_LUT.rows));
-    fillSpareBank<PidLutEntry>(
-        *m_Memory, PID_LUT, entries, [](const auto& row) -> const auto& { return row.second.getWords(); },
-        [this](uint32_t offset, const auto& row) { writeRow(offset, row); });
-    switchBank(*m_Memory, PID_LUT);
-    barrier();
+    BankedTable lut(*m_Memory, PID_LUT);
+    lut.fill(wordsOf(std::views::values(entries)));
+    lut.switchBanks();
 }
 
-void PidLutMapDriver::writePidMapEntry(const PidMapEntry& entry)
-{
-    writeRow(O_PID_MAP.rowOffset(entry.getPIDidx()), entry.getWords());
-}
-
-void PidLutMapDriver::writeTsiMapEntry(const TsiMapEntry& entry)
-{
-    writeRow(TSI_MAP.rowOffset(entry.getTSIidx()), entry.getWords());
-}
-
-void PidLutMapDriver::writeFilterTabEntry(const FilterTabEntry& entry)
-{
-    writeRow(FILTER_TABLE.rowOffset(entry.getFILTTABIDX()), entry.getWords());
-}
+void PidLutMapDriver::writePidMapEntry(const PidMapEntry& entry) { writeRow(entry); }
+void PidLutMapDriver::writeTsiMapEntry(const TsiMapEntry& entry) { writeRow(entry); }
+void PidLutMapDriver::writeFilterTabEntry(const FilterTabEntry& entry) { writeRow(entry); }
 
 uint32_t PidLutMapDriver::readStatus1280(uint32_t index) { return readStatus(TSO_BITRATE_BASE, index); }
 uint32_t PidLutMapDriver::readStatus1024(uint32_t index) { return readStatus(TSI_BITRATE_BASE, index); }
@@ -66,28 +50,26 @@ void PidLutMapDriver::clearPidLut()
     writePidLut({});
 }
 
+// Through the virtual table: a derived driver sees each row.
 void PidLutMapDriver::clearPidMap()
 {
-    for (uint32_t pidIdx = O_PID_MAP.firstRow; pidIdx < O_PID_MAP.rows; ++pidIdx)
-        writePidMapEntry(PidMapEntry(pidIdx));
+    forEachUnusedRow<PidMapEntry>([this](const PidMapEntry& entry) { writePidMapEntry(entry); });
 }
 
 void PidLutMapDriver::clearTsiMap()
 {
-    for (uint32_t tsiIdx = 0; tsiIdx < TSI_MAP.rows; ++tsiIdx)
-        writeTsiMapEntry(TsiMapEntry(tsiIdx));
+    forEachUnusedRow<TsiMapEntry>([this](const TsiMapEntry& entry) { writeTsiMapEntry(entry); });
 }
 
 void PidLutMapDriver::clearFilterTab()
 {
-    for (uint32_t filtTabIdx = 0; filtTabIdx < FILTER_TABLE.rows; ++filtTabIdx)
-        writeFilterTabEntry(FilterTabEntry(filtTabIdx));
+    forEachUnusedRow<FilterTabEntry>([this](const FilterTabEntry& entry) { writeFilterTabEntry(entry); });
 }
 
-void PidLutMapDriver::writeRow(uint32_t offset, const std::vector<uint32_t>& words)
+void PidLutMapDriver::writeRow(const FieldEntry& entry)
 {
-    m_Memory->writeBlock32(offset, words);
-    barrier();
+    Zeb::writeRow(*m_Memory, entry);
+    std::atomic_thread_fence(std::memory_order_seq_cst); // the FPGA must see each write before the next
 }
 
 uint32_t PidLutMapDriver::readStatus(uint32_t base, uint32_t index)

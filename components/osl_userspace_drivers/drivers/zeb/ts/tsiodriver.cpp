@@ -1,5 +1,6 @@
 #include <osl/userspace_drivers/drivers/drivererror.h>
-#include <osl/userspace_drivers/drivers/zeb/ts/tablebank.h>
+#include <osl/userspace_drivers/drivers/zeb/ts/bankedtable.h>
+#include <osl/userspace_drivers/drivers/zeb/ts/tablerows.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/tsiodriver.h>
 
 #include <fmt/format.h>
@@ -31,26 +32,14 @@ void TsIoDriver::writeIpInLut(const std::list<IpInEntry>& entries)
                               entries.size(), IP_LUT.rows));
     if (!std::is_sorted(entries.begin(), entries.end()))
         OSL_RAISE(ZebDriverError, "API error: An unsorted list was supplied to \"writeIpInLut\" handle.");
-    fillSpareBank<IpInEntry>(
-        *m_Memory, IP_LUT, entries, [](const IpInEntry& entry) -> const auto& { return entry.getWords(); },
-        [this](uint32_t offset, const auto& words) { m_Memory->writeBlock32(offset, words); });
-    switchBank(*m_Memory, IP_LUT);
+    BankedTable lut(*m_Memory, IP_LUT);
+    lut.fill(wordsOf(entries));
+    lut.switchBanks();
 }
 
-void TsIoDriver::writePhysInEntry(const PhysInEntry& entry)
-{
-    m_Memory->writeBlock32(PHYS_IN_MAP.rowOffset(entry.getPHYIidx()), entry.getWords());
-}
-
-void TsIoDriver::writeIpOutEntry(const IpOutEntry& entry)
-{
-    m_Memory->writeBlock32(IP_OUT_MAP.rowOffset(entry.getTSOidx()), entry.getWords());
-}
-
-void TsIoDriver::writePhysOutEntry(const PhysOutEntry& entry)
-{
-    m_Memory->writeBlock32(PHYS_OUT_MAP.rowOffset(entry.getTSOidx()), entry.getWords());
-}
+void TsIoDriver::writePhysInEntry(const PhysInEntry& entry) { writeRow(*m_Memory, entry); }
+void TsIoDriver::writeIpOutEntry(const IpOutEntry& entry) { writeRow(*m_Memory, entry); }
+void TsIoDriver::writePhysOutEntry(const PhysOutEntry& entry) { writeRow(*m_Memory, entry); }
 
 void TsIoDriver::clearIpInLut(bool bothBanks)
 {
@@ -59,22 +48,20 @@ void TsIoDriver::clearIpInLut(bool bothBanks)
         writeIpInLut({});
 }
 
+// Through the virtual table: a derived driver sees each row.
 void TsIoDriver::clearPhysInMap()
 {
-    for (uint32_t phyIIdx = 0; phyIIdx < PHYS_IN_MAP.rows; ++phyIIdx)
-        writePhysInEntry(PhysInEntry(phyIIdx));
+    forEachUnusedRow<PhysInEntry>([this](const PhysInEntry& entry) { writePhysInEntry(entry); });
 }
 
 void TsIoDriver::clearIpOutMap()
 {
-    for (uint32_t tsoIdx = 0; tsoIdx < IP_OUT_MAP.rows; ++tsoIdx)
-        writeIpOutEntry(IpOutEntry(tsoIdx));
+    forEachUnusedRow<IpOutEntry>([this](const IpOutEntry& entry) { writeIpOutEntry(entry); });
 }
 
 void TsIoDriver::clearPhysOutMap()
 {
-    for (uint32_t tsoIdx = 0; tsoIdx < PHYS_OUT_MAP.rows; ++tsoIdx)
-        writePhysOutEntry(PhysOutEntry(tsoIdx));
+    forEachUnusedRow<PhysOutEntry>([this](const PhysOutEntry& entry) { writePhysOutEntry(entry); });
 }
 
 } // namespace Osl::Drivers::Zeb

@@ -2,6 +2,7 @@
 
 #include <osl/cpputils/assertion.h>
 #include <osl/testing/fake_mem.h>
+#include <osl/userspace_drivers/drivers/zeb/scm/scmlayout.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/tablelayout.h>
 
 #include <algorithm>
@@ -51,16 +52,16 @@ public:
 
     /// The banks of which the FPGA now uses the one that the control word selects.
     std::vector<uint32_t>& ipLut() { return ipLutBanks[words[IP_LUT.bankWord] & 1]; }
-    std::vector<uint32_t> pidLut() const
+    /// The bank in use of a table whose banks lie apart.
+    std::vector<uint32_t> inUse(const Drivers::Zeb::TableLayout& table) const
     {
-        const auto first = words.begin() + PID_LUT.active(words[PID_LUT.bankWord]);
-        return {first, first + PID_LUT.words()};
+        const auto first = words.begin() + table.active(words[table.bankWord]);
+        return {first, first + table.words()};
     }
 
     std::array<std::vector<uint32_t>, 2> ipLutBanks;
 
 private:
-    static constexpr const auto& PID_LUT = Drivers::Zeb::PID_LUT;
     static constexpr const auto& IP_LUT = Drivers::Zeb::IP_LUT;
 
     uint32_t* place(std::vector<uint32_t>& ipLutBank, uint32_t offset, std::size_t count)
@@ -87,15 +88,17 @@ private:
     std::size_t& m_AccessesLeft;
 };
 
-/// Both blocks, failing at one access.
+/// All blocks, failing at one access.
 struct FailingBoard
 {
     static constexpr uint32_t PID_WORDS = 0x20000 / 4;
     static constexpr uint32_t IO_WORDS = 0x4000 / 4;
+    static constexpr uint32_t SCM_WORDS = 2048;
 
     std::size_t accessesLeft = SIZE_MAX;
     FailingBlock pid{Drivers::Zeb::TableBlock::PID, PID_WORDS, accessesLeft};
     FailingBlock io{Drivers::Zeb::TableBlock::IO, IO_WORDS, accessesLeft};
+    FailingBlock scm{Drivers::Zeb::TableBlock::SCM, SCM_WORDS, accessesLeft};
 };
 
 } // namespace Osl::Testing

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <osl/testing/spidev_node.h>
+#include <osl/spi_models/spidev_node.h>
 #include <osl/userspace_drivers/interfaces/spi/spidevbus.h>
 
 #include <cstring>
@@ -16,7 +16,7 @@ namespace Osl::Testing {
 class FakeSpidev : public Spi::ISpidevCalls
 {
 public:
-    explicit FakeSpidev(SpiChip& chip, uint32_t modeBits = 0xFF) : node(chip, modeBits) {}
+    explicit FakeSpidev(SpiModels::SpiChip& chip, uint32_t modeBits = 0xFF) : node(chip, modeBits) {}
 
     int open(const char*, int) override { return ::open("/dev/null", O_RDWR | O_CLOEXEC); }
 
@@ -33,7 +33,7 @@ public:
         return result < 0 ? fail(-result) : result - (message ? shortBy : 0);
     }
 
-    SpidevNode node;
+    SpiModels::SpidevNode node;
     std::map<unsigned long, int> failures;                   ///< request and the errno it fails with
     std::optional<std::pair<std::size_t, int>> messageError; ///< running number of the message that fails, and errno
     std::size_t messages = 0;
@@ -46,7 +46,7 @@ private:
         return -1;
     }
 
-    class OwnMemory : public UserMemory
+    class OwnMemory : public SpiModels::UserMemory
     {
     public:
         bool copyIn(void* to, uint64_t address, std::size_t bytes) override

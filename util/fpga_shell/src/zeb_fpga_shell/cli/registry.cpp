@@ -13,27 +13,13 @@
 #include "zeb_fpga_shell/cli/zeb_fpga_memcmds.h"
 
 #include <array>
+#include <span>
 
 namespace Osl::Utils {
 namespace {
 
-/// A command as the user sees it, and how it is made.
-struct CommandRow
-{
-    const char* name;
-    const char* usage;
-    const char* description;
-    std::unique_ptr<CliCmd> (*make)(const CommandRow& row, const StopFlag& stopFlag);
-};
-
-template <class Command>
-std::unique_ptr<CliCmd> make(const CommandRow& row, const StopFlag& stopFlag)
-{
-    return std::make_unique<Command>(row.name, row.usage, row.description, stopFlag);
-}
-
 // clang-format off
-constexpr std::array COMMANDS{
+constexpr std::array MEMORY_COMMANDS{
     CommandRow{"write32", "TBA",
                "Command for writing a single 32bit word to the device memory at a given 32 bit word offset.",
                make<ZEBFpgaCli_write32>},
@@ -58,72 +44,8 @@ constexpr std::array COMMANDS{
     CommandRow{"spiwrite", "TBA",
                "TBA",
                make<SpiWriteCmd>},
-    CommandRow{"riplut", "See riplut -h",
-               "Reads out the contents of the ZEB IP LUT.",
-               make<ReadIPLUTCmd>},
-    CommandRow{"rtsimap", "See rtsimap -h",
-               "Reads out the contents of the ZEB TSI MAP.",
-               make<ReadTSIMAPCmd>},
-    CommandRow{"rpidlut", "See rpidlut -h",
-               "Reads out the contents of the ZEB PID LUT.",
-               make<ReadPIDLUTCmd>},
-    CommandRow{"ropidmap", "See ropidmap -h",
-               "Reads out the contents of the ZEB O-PID MAP.",
-               make<ReadOPIDMAPCmd>},
-    CommandRow{"rphyomap", "See rphyomap -h",
-               "Reads out the contents of the ZEB PHYS TS OUT MAP.",
-               make<ReadPHYSOUTMAPCmd>},
-    CommandRow{"rphyimap", "See rphyimap -h",
-               "Reads out the contents of the ZEB PHYS TS IN MAP.",
-               make<ReadPHYSINMAPCmd>},
-    CommandRow{"ripoutmap", "See ripoutmap -h",
-               "Reads out the contents of the ZEB IPOUT MAP.",
-               make<ReadIPOutCmd>},
-    CommandRow{"clrtsimap", "See clrtsimap -h",
-               "Resets the entire TSI MAP to the default values",
-               make<ResetTSIMAPCmd>},
-    CommandRow{"clrpidlut", "See clrpidlut -h",
-               "Resets the entire PID LUT (both LUTs) to the default values",
-               make<ResetPIDLUTCmd>},
-    CommandRow{"clropidmap", "See clropidmap -h",
-               "Resets the entire OPID MAP to the default values",
-               make<ResetOPIDMAPCmd>},
-    CommandRow{"clriplut", "See clriplut -h",
-               "Resets the entire IP LUT (both LUTs) to the default values",
-               make<ResetIPLUTCmd>},
-    CommandRow{"clripoutmap", "See clripoutmap -h",
-               "Resets the entire IP TS OUT MAP to the default values",
-               make<ResetIPOUTMAPCmd>},
-    CommandRow{"clrphyomap", "See clrphyomap -h",
-               "Resets the entire PHYS TS OUT MAP to the default values",
-               make<ResetPHYSOUTMAPCmd>},
-    CommandRow{"clrphyimap", "See clrphyimap -h",
-               "Resets the entire PHYS TS IN MAP to the default values",
-               make<ResetPHYSINMAPCmd>},
-    CommandRow{"wriplut", "See wriplut -h",
-               "Writes an entry to the IP LUT of the ZEB TS FPGA. Keeps the LUT sorted.",
-               make<WriteIPLUTEntryCmd>},
-    CommandRow{"wrphyomap", "See wrphyomap -h",
-               "Writes an entry to the PHY OUT TS MAP of the ZEB TS FPGA.",
-               make<WritePHYSOUTMAPEntryCmd>},
-    CommandRow{"wrphyimap", "See wrphyimap -h",
-               "Writes an entry to the PHY IN TS MAP of the ZEB TS FPGA.",
-               make<WritePHYSINMAPEntryCmd>},
-    CommandRow{"wrpidlut", "See wrpidlut -h",
-               "Writes an entry to the PID LUT of the ZEB TS FPGA. Keeps the LUT sorted.",
-               make<WritePIDLUTEntryCmd>},
-    CommandRow{"wrtsimap", "See wrtsimap -h",
-               "Writes an entry to the TSI MAP of the ZEB TS FPGA",
-               make<WriteTSIMAPEntryCmd>},
-    CommandRow{"wropidmap", "See wropidmap -h",
-               "Writes an entry to the OPID MAP of the ZEB TS FPGA",
-               make<WriteOPIDMAPEntryCmd>},
-    CommandRow{"wrfilttab", "See wrfilttab -h",
-               "Writes an entry to the Filter table of the ZEB TS FPGA",
-               make<WriteFILTTABEntryCmd>},
-    CommandRow{"wripoutmap", "See wripoutmap -h",
-               "Writes an entry to the IP OUT TS MAP of the ZEB TS FPGA.",
-               make<WriteIPOUTEntryCmd>},
+};
+constexpr std::array STREAM_AND_ATTRIBUTE_COMMANDS{
     CommandRow{"rdtspackets", "See rdtspackets -h",
                "Reads transport stream packets from the packet FIFO in the ZEB TSIF FPGA.",
                make<RdTsPacketsCmd>},
@@ -182,8 +104,11 @@ constexpr std::array COMMANDS{
 
 void registerCommands(CliModule& module, const StopFlag& stopFlag)
 {
-    for (const CommandRow& row : COMMANDS)
-        module.addCmd(row.make(row, stopFlag));
+    const std::span<const CommandRow> families[] = {MEMORY_COMMANDS, tableReadCommands(), tableClearCommands(),
+                                                    tableWriteCommands(), STREAM_AND_ATTRIBUTE_COMMANDS};
+    for (const std::span<const CommandRow>& family : families)
+        for (const CommandRow& row : family)
+            module.addCmd(row.make(row, stopFlag));
 }
 
 } // namespace Osl::Utils

@@ -59,12 +59,6 @@ constexpr std::array KEY_OPTIONS{
               SCM_IV_ODD},
 };
 
-std::string lineOf(const ScmDriver::Row& row)
-{
-    return fmt::format("{:03} (0x{:08x}): SCMIDX:{}, PID:0x{:04x}, KEYIDX:{}, \n", row.position, row.wordOffset,
-                       row.entry.scmIdx, row.entry.pid, row.entry.keyIdx);
-}
-
 /// Reads lines that stand for keys. At a terminal it asks for them, and what is typed is not shown.
 class KeyInput
 {
@@ -137,13 +131,10 @@ void ScmReadPidlut::addOptions(Options& options)
 
 int ScmReadPidlut::doFpgaCommand(Options& options, std::ostream& out, std::istream&)
 {
-    const auto bank = options.count("inactive") != 0 ? ScmDriver::Bank::INACTIVE : ScmDriver::Bank::ACTIVE;
-    const bool showAll = options.count("show_all") != 0;
-    for (const ScmDriver::Row& row :
-         ScmDriver(getMemIf()).readRows(bank, options["offset"].as<uint32_t>(), options["count"].as<uint32_t>())) {
-        if (showAll || !row.entry.isEmpty())
-            out << lineOf(row);
-    }
+    ScmDriver(getMemIf())
+        .print({options["offset"].as<uint32_t>(), options["count"].as<uint32_t>(), options.count("inactive") != 0,
+                options.count("show_all") != 0},
+               out);
     return 0;
 }
 
@@ -155,8 +146,8 @@ void ScmWritePidlut::addOptions(Options& options)
 
 int ScmWritePidlut::doFpgaCommand(Options& options, std::ostream&, std::istream&)
 {
-    const ScmPidLutEntry entry(options["pid"].as<uint32_t>(), options["scmidx"].as<uint32_t>(),
-                               options["keyidx"].as<uint32_t>());
+    const ScmPidLutEntry entry{options["pid"].as<uint32_t>(), options["scmidx"].as<uint32_t>(),
+                               options["keyidx"].as<uint32_t>()};
     const LinuxCppUtil::FileLock lock = lockDevice();
     ScmDriver driver(getMemIf());
     if (options.count("clear") != 0)

@@ -2,7 +2,7 @@
 
 #include "zeb_fpga_shell/cli/options.h"
 
-#include <osl/userspace_drivers/interfaces/spi/max2871.h>
+#include <osl/userspace_drivers/drivers/spi/max2871.h>
 #include <osl/userspace_drivers/interfaces/spi/registerslave.h>
 
 #include <array>

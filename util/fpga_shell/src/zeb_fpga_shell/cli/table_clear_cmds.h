@@ -1,5 +1,6 @@
 #pragma once
 
+#include "zeb_fpga_shell/cli/command_row.h"
 #include "zeb_fpga_shell/cli/table_cmd.h"
 
 namespace Osl::Utils {
@@ -16,5 +17,8 @@ class ResetIPOUTMAPCmd        : public TableCmd<CLEAR_IP_OUT_MAP>   { using Tabl
 class ResetPHYSOUTMAPCmd      : public TableCmd<CLEAR_PHYS_OUT_MAP> { using TableCmd::TableCmd; };
 class ResetPHYSINMAPCmd       : public TableCmd<CLEAR_PHYS_IN_MAP>  { using TableCmd::TableCmd; };
 // clang-format on
+
+/// The family's rows of the registry, in the order in which `list` shows them.
+std::span<const CommandRow> tableClearCommands();
 
 } // namespace Osl::Utils

@@ -1,11 +1,11 @@
 #include "zeb_fpga_shell/cli/table_read_cmds.h"
 
-#include <osl/userspace_drivers/drivers/zeb/ts/diag/iplut_diag.h>
-#include <osl/userspace_drivers/drivers/zeb/ts/diag/pidlut_diag.h>
+#include <osl/userspace_drivers/drivers/zeb/ts/diag/table_readout.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/tablelayout.h>
 
 #include <algorithm>
 #include <array>
+#include <type_traits>
 
 namespace Osl::Utils {
 namespace {
@@ -57,10 +57,8 @@ constexpr auto PHYS_IN_MAP_OPTIONS = readOptions("Reads out the entire PHYS TS I
 constexpr auto IP_OUT_MAP_OPTIONS =
     readOptions("Reads out the entire IPOUT MAP.", SHOW_DISABLED, "Start offset of the read-out in the IPOUT MAP.");
 
-using Print = void (*)(Drivers::IMemIf&, uint32_t offset, uint32_t count, bool inactive, bool showAll, std::ostream&);
-
 /// Prints the rows that the options select.
-template <const TableLayout& TABLE, Print PRINT>
+template <const TableLayout& TABLE>
 void readTable(const Options& options, const std::shared_ptr<Drivers::IMemIf>& memory, std::ostream& out)
 {
     uint32_t offset = TABLE.firstRow;
@@ -73,19 +71,52 @@ void readTable(const Options& options, const std::shared_ptr<Drivers::IMemIf>& m
         offset = TABLE.firstRow;
         count = TABLE.rows - TABLE.firstRow;
     }
-    PRINT(*memory, offset, count, options.count("inactive") != 0, options.count("show_all") != 0, out);
+    printTable(*memory, TABLE, {offset, count, options.count("inactive") != 0, options.count("show_all") != 0}, out);
 }
+
+/// The command that reads a table, with its options.
+template <const TableLayout& TABLE, const auto& OPTIONS>
+constexpr std::conditional_t<TABLE.block == TableBlock::PID, PidTableCmdDecl, IoTableCmdDecl> READ{
+    {TableAccess::READ, OPTIONS, &readTable<TABLE>}};
 
 } // namespace
 
-// clang-format off
-const IoTableCmdDecl  READ_IP_LUT      {{TableAccess::READ, IP_LUT_OPTIONS,       &readTable<IP_LUT,       &printIpLut>}};
-const PidTableCmdDecl READ_TSI_MAP     {{TableAccess::READ, TSI_MAP_OPTIONS,      &readTable<TSI_MAP,      &printTsiMap>}};
-const PidTableCmdDecl READ_PID_LUT     {{TableAccess::READ, PID_LUT_OPTIONS,      &readTable<PID_LUT,      &printPidLut>}};
-const PidTableCmdDecl READ_O_PID_MAP   {{TableAccess::READ, O_PID_MAP_OPTIONS,    &readTable<O_PID_MAP,    &printOPidMap>}};
-const IoTableCmdDecl  READ_PHYS_OUT_MAP{{TableAccess::READ, PHYS_OUT_MAP_OPTIONS, &readTable<PHYS_OUT_MAP, &printPhysOutMap>}};
-const IoTableCmdDecl  READ_PHYS_IN_MAP {{TableAccess::READ, PHYS_IN_MAP_OPTIONS,  &readTable<PHYS_IN_MAP,  &printPhysInMap>}};
-const IoTableCmdDecl  READ_IP_OUT_MAP  {{TableAccess::READ, IP_OUT_MAP_OPTIONS,   &readTable<IP_OUT_MAP,   &printIpOutMap>}};
-// clang-format on
+const IoTableCmdDecl READ_IP_LUT = READ<IP_LUT, IP_LUT_OPTIONS>;
+const PidTableCmdDecl READ_TSI_MAP = READ<TSI_MAP, TSI_MAP_OPTIONS>;
+const PidTableCmdDecl READ_PID_LUT = READ<PID_LUT, PID_LUT_OPTIONS>;
+const PidTableCmdDecl READ_O_PID_MAP = READ<O_PID_MAP, O_PID_MAP_OPTIONS>;
+const IoTableCmdDecl READ_PHYS_OUT_MAP = READ<PHYS_OUT_MAP, PHYS_OUT_MAP_OPTIONS>;
+const IoTableCmdDecl READ_PHYS_IN_MAP = READ<PHYS_IN_MAP, PHYS_IN_MAP_OPTIONS>;
+const IoTableCmdDecl READ_IP_OUT_MAP = READ<IP_OUT_MAP, IP_OUT_MAP_OPTIONS>;
+
+std::span<const CommandRow> tableReadCommands()
+{
+    // clang-format off
+    static constexpr std::array COMMANDS{
+        CommandRow{"riplut", "See riplut -h",
+                   "Reads out the contents of the ZEB IP LUT.",
+                   make<ReadIPLUTCmd>},
+        CommandRow{"rtsimap", "See rtsimap -h",
+                   "Reads out the contents of the ZEB TSI MAP.",
+                   make<ReadTSIMAPCmd>},
+        CommandRow{"rpidlut", "See rpidlut -h",
+                   "Reads out the contents of the ZEB PID LUT.",
+                   make<ReadPIDLUTCmd>},
+        CommandRow{"ropidmap", "See ropidmap -h",
+                   "Reads out the contents of the ZEB O-PID MAP.",
+                   make<ReadOPIDMAPCmd>},
+        CommandRow{"rphyomap", "See rphyomap -h",
+                   "Reads out the contents of the ZEB PHYS TS OUT MAP.",
+                   make<ReadPHYSOUTMAPCmd>},
+        CommandRow{"rphyimap", "See rphyimap -h",
+                   "Reads out the contents of the ZEB PHYS TS IN MAP.",
+                   make<ReadPHYSINMAPCmd>},
+        CommandRow{"ripoutmap", "See ripoutmap -h",
+                   "Reads out the contents of the ZEB IPOUT MAP.",
+                   make<ReadIPOutCmd>},
+    };
+    // clang-format on
+    return COMMANDS;
+}
 
 } // namespace Osl::Utils

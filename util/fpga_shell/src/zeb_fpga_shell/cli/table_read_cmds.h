@@ -1,5 +1,6 @@
 #pragma once
 
+#include "zeb_fpga_shell/cli/command_row.h"
 #include "zeb_fpga_shell/cli/table_cmd.h"
 
 namespace Osl::Utils {
@@ -16,5 +17,8 @@ class ReadPHYSOUTMAPCmd       : public TableCmd<READ_PHYS_OUT_MAP>  { using Tabl
 class ReadPHYSINMAPCmd        : public TableCmd<READ_PHYS_IN_MAP>   { using TableCmd::TableCmd; };
 class ReadIPOutCmd            : public TableCmd<READ_IP_OUT_MAP>    { using TableCmd::TableCmd; };
 // clang-format on
+
+/// The family's rows of the registry, in the order in which `list` shows them.
+std::span<const CommandRow> tableReadCommands();
 
 } // namespace Osl::Utils

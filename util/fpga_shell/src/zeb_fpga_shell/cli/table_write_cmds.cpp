@@ -241,4 +241,37 @@ const PidTableCmdDecl WRITE_O_PID_MAP{{TableAccess::EDIT, O_PID_MAP_OPTIONS, &wr
 const PidTableCmdDecl WRITE_FILTER_TABLE{{TableAccess::EDIT, FILTER_TABLE_OPTIONS, &writeRow<FILTER_TABLE_ROWS>}};
 const IoTableCmdDecl WRITE_IP_OUT_MAP{{TableAccess::EDIT, IP_OUT_MAP_OPTIONS, &writeRow<IP_OUT_MAP_ROWS>}};
 
+std::span<const CommandRow> tableWriteCommands()
+{
+    // clang-format off
+    static constexpr std::array COMMANDS{
+        CommandRow{"wriplut", "See wriplut -h",
+                   "Writes an entry to the IP LUT of the ZEB TS FPGA. Keeps the LUT sorted.",
+                   make<WriteIPLUTEntryCmd>},
+        CommandRow{"wrphyomap", "See wrphyomap -h",
+                   "Writes an entry to the PHY OUT TS MAP of the ZEB TS FPGA.",
+                   make<WritePHYSOUTMAPEntryCmd>},
+        CommandRow{"wrphyimap", "See wrphyimap -h",
+                   "Writes an entry to the PHY IN TS MAP of the ZEB TS FPGA.",
+                   make<WritePHYSINMAPEntryCmd>},
+        CommandRow{"wrpidlut", "See wrpidlut -h",
+                   "Writes an entry to the PID LUT of the ZEB TS FPGA. Keeps the LUT sorted.",
+                   make<WritePIDLUTEntryCmd>},
+        CommandRow{"wrtsimap", "See wrtsimap -h",
+                   "Writes an entry to the TSI MAP of the ZEB TS FPGA",
+                   make<WriteTSIMAPEntryCmd>},
+        CommandRow{"wropidmap", "See wropidmap -h",
+                   "Writes an entry to the OPID MAP of the ZEB TS FPGA",
+                   make<WriteOPIDMAPEntryCmd>},
+        CommandRow{"wrfilttab", "See wrfilttab -h",
+                   "Writes an entry to the Filter table of the ZEB TS FPGA",
+                   make<WriteFILTTABEntryCmd>},
+        CommandRow{"wripoutmap", "See wripoutmap -h",
+                   "Writes an entry to the IP OUT TS MAP of the ZEB TS FPGA.",
+                   make<WriteIPOUTEntryCmd>},
+    };
+    // clang-format on
+    return COMMANDS;
+}
+
 } // namespace Osl::Utils

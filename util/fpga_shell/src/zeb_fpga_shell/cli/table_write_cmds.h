@@ -1,5 +1,6 @@
 #pragma once
 
+#include "zeb_fpga_shell/cli/command_row.h"
 #include "zeb_fpga_shell/cli/table_cmd.h"
 
 namespace Osl::Utils {
@@ -18,5 +19,8 @@ class WriteOPIDMAPEntryCmd    : public TableCmd<WRITE_O_PID_MAP>    { using Tabl
 class WriteFILTTABEntryCmd    : public TableCmd<WRITE_FILTER_TABLE> { using TableCmd::TableCmd; };
 class WriteIPOUTEntryCmd      : public TableCmd<WRITE_IP_OUT_MAP>   { using TableCmd::TableCmd; };
 // clang-format on
+
+/// The family's rows of the registry, in the order in which `list` shows them.
+std::span<const CommandRow> tableWriteCommands();
 
 } // namespace Osl::Utils

@@ -1,9 +1,9 @@
 #include <osl/cpputils/assertion.h>
+#include <osl/userspace_drivers/drivers/zeb/ts/bankedtable.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/diag/fpga_diag.h>
-#include <osl/userspace_drivers/drivers/zeb/ts/tablebank.h>
+#include <osl/userspace_drivers/drivers/zeb/ts/tablelayout.h>
 
 #include <array>
-#include <atomic>
 #include <iterator>
 #include <utility>
 
@@ -22,12 +22,6 @@ consteval std::size_t sectionWords()
 }
 static_assert(sectionWords() == TOT_WORDS);
 
-/// The control word of a table with two banks; 0 for the others, which have nothing to choose.
-uint32_t bankControl(IMemIf& memory, const TableLayout& table)
-{
-    return table.bankWord != NO_BANK_WORD ? memory.read32(table.bankWord) : 0;
-}
-
 } // namespace
 
 std::vector<uint32_t> exportTables(IMemIf& pidMemory, IMemIf& ioMemory)
@@ -36,7 +30,7 @@ std::vector<uint32_t> exportTables(IMemIf& pidMemory, IMemIf& ioMemory)
     ret.reserve(TOT_WORDS + 1);
     for (const TableLayout* table : SECTIONS) {
         IMemIf& memory = table->block == TableBlock::PID ? pidMemory : ioMemory;
-        const uint32_t base = table->active(bankControl(memory, *table));
+        const uint32_t base = table->hasBanks() ? BankedTable(memory, *table).activeBase() : table->rowOffset(0);
         const std::vector<uint32_t> words = memory.readBlock32(base, table->words());
         ret.insert(ret.end(), words.begin(), words.end());
     }
@@ -57,13 +51,13 @@ void importTables(IMemIf& pidMemory, IMemIf& ioMemory, std::span<const uint8_t> 
     auto data_it = data.begin();
     for (const TableLayout* table : SECTIONS) {
         IMemIf& memory = table->block == TableBlock::PID ? pidMemory : ioMemory;
-        const uint32_t base = table->spare(bankControl(memory, *table));
         const auto section = std::exchange(data_it, data_it + table->words());
-        memory.writeBlock32(base, {section, data_it});
-        if (table->bankWord != NO_BANK_WORD) {
-            // The FPGA must see the whole table before it is told to use it.
-            std::atomic_thread_fence(std::memory_order_seq_cst);
-            switchBank(memory, *table);
+        if (table->hasBanks()) {
+            BankedTable banks(memory, *table);
+            banks.fill({section, data_it}, BankedTable::Writes::AT_ONCE);
+            banks.switchBanks();
+        } else {
+            memory.writeBlock32(table->rowOffset(0), {section, data_it});
         }
     }
     OSL_ASSERT(std::distance(data_it, data.end()) == 1); // the CRC

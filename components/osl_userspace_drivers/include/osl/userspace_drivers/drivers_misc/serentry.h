@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 namespace Osl::Drivers::Misc {
@@ -36,11 +37,12 @@ public:
 
     /// Takes over a row as the hardware keeps it; words without a valid row become a stuffing row. Raises
     /// InvalidArgumentError, the entry unchanged, when there are not exactly getWordCount() words.
-    void setFromWords(const std::vector<Word>& buffer)
+    void setFromWords(const std::vector<Word>& buffer) { setFromWords(std::span(buffer)); }
+    void setFromWords(std::span<const Word> buffer)
     {
         if (buffer.size() != m_Words.size())
             OSL_RAISE(CppUtil::InvalidArgumentError, "Incorrect length of serialized data buffer");
-        m_Words = buffer;
+        m_Words.assign(buffer.begin(), buffer.end());
         if (!deserialize())
             setStuffing();
         // Bits without a field must not travel on: the next getWords() packs the fields alone.

@@ -13,7 +13,7 @@ class PosixIOIf : public Drivers::IIOIf
 {
 public:
     PosixIOIf(const std::string& path, bool readOnly);
-    /// Takes over a descriptor that was opened elsewhere.
+    /// Takes over a descriptor that was opened elsewhere, for reading only or not.
     PosixIOIf(LinuxCppUtil::UniqueFD descriptor, bool readOnly);
 
     /// Time-outs of 1000 ms and more are refused as a failed select: wait in slices below that.
@@ -22,13 +22,11 @@ public:
     std::size_t write(const void* buffer, std::size_t length, std::chrono::milliseconds timeout) override;
     std::size_t write(const void* buffer, std::size_t length) override;
 
-    bool isReadOnly() const { return m_ReadOnly; }
     /// Of the open device, for locking it.
     int descriptor() const { return *m_Descriptor; }
 
 private:
     LinuxCppUtil::UniqueFD m_Descriptor;
-    bool m_ReadOnly;
 };
 
 } // namespace Osl::Posix

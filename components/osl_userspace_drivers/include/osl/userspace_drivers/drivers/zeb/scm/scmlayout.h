@@ -1,6 +1,6 @@
 #pragma once
 
-#include <osl/userspace_drivers/drivers_misc/bitfield.h>
+#include <osl/userspace_drivers/drivers/zeb/ts/tabledecl.h>
 
 #include <array>
 #include <cstdint>
@@ -8,30 +8,26 @@
 
 namespace Osl::Drivers::Zeb {
 
-/// Fields of a row of the scrambler's PID LUT, which is one word; the bits above are 0 in new rows.
-struct ScmPidLutFields
-{
-    static constexpr Misc::BitField PID{"PID", 0, 0, 13}; ///< all ones: no entry, and the end of the list
-    static constexpr Misc::BitField SCMIDX{"SCMIDX", 0, 13, 3};
-    static constexpr Misc::BitField KEYIDX{"KEYIDX", 0, 16, 6};
-    static constexpr std::array ALL{PID, SCMIDX, KEYIDX};
-    static_assert(Misc::isSound<1>(ALL));
+inline constexpr std::array SCM_PID_LUT_FIELDS{
+    // All ones: no entry, and the end of the list.
+    Field{.at = {"PID", 0, 0, 13}, .stuffing = 0x1FFF, .max = 0x1FFE, .tellsUse = true},
+    Field{.at = {"SCMIDX", 0, 13, 3}, .stuffing = 7},
+    Field{.at = {"KEYIDX", 0, 16, 6}, .stuffing = 63},
+    Field{.at = {"RESERVED", 0, 22, 10}, .stuffing = 0x3FF},
 };
 
-/// Where the scrambler's PID LUT lies. Offsets count 32-bit words.
-struct ScmPidLutLayout
-{
-    static constexpr uint32_t ROWS = 512;
-    static constexpr uint32_t BANK_WORD = 4; ///< zero: the first bank is in use, anything else: the second
-    static constexpr std::array<uint32_t, 2> BANKS{1024, 1536};
-    static constexpr uint32_t EMPTY_ROW = 0xFFFFFFFF;
-
-    /// First word of the bank in use by the value of BANK_WORD.
-    static constexpr uint32_t active(uint32_t bankWord) { return BANKS[bankWord != 0]; }
-    /// First word of the other bank.
-    static constexpr uint32_t inactive(uint32_t bankWord) { return BANKS[bankWord == 0]; }
-    /// Value of BANK_WORD that puts the other bank to use.
-    static constexpr uint32_t switched(uint32_t bankWord) { return bankWord == 0; }
+/// The scrambler's PID LUT: packed, and sorted by scrambler, then PID.
+inline constexpr TableLayout SCM_PID_LUT{
+    .name = "scrambler PID LUT",
+    .block = TableBlock::SCM,
+    .activeBase = {1024, 1536},
+    .rows = 512,
+    .wordsPerRow = 1,
+    .bankWord = 4,
+    .bankSelect = BankSelect::WHOLE_WORD,
+    .idleIsReadable = true,
+    .fields = SCM_PID_LUT_FIELDS,
+    .format = "SCMIDX:{SCMIDX}, PID:0x{PID:04x}, KEYIDX:{KEYIDX}, ",
 };
 
 /// The four words, the least significant first, of a 128-bit key or initialisation vector.

@@ -1,44 +1,44 @@
 #pragma once
 
-#include <osl/userspace_drivers/drivers_misc/fieldentry.h>
+#include <osl/userspace_drivers/drivers/zeb/ts/fieldentry.h>
 
 namespace Osl::Drivers::Zeb {
 
-struct PhysInFields
-{
-    static constexpr Misc::BitField TSI_IDX{"TSIidx", 0, 0, 8};
-    static constexpr std::array ALL{TSI_IDX};
+// clang-format off
+inline constexpr std::array PHYS_IN_MAP_FIELDS{
+    Field{.at = {"PHYIidx", POSITION, 0, 6}, .stuffing = 31,
+          .refusal         = "Cannot set PHYIidx invalid PHYIidx (",
+          .creationRefusal = "Cannot create PhysInEntry - invalid PHYIidx ("},
+    Field{.at = {"TSIidx",    0,  0,  8}, .stuffing = 255, .tellsUse = true,
+          .refusal         = "Cannot set TSIidx - invalid TSIidx (",
+          .creationRefusal = "Cannot create PhysInEntry - invalid TSIidx ("},
+};
+// clang-format on
+
+inline constexpr TableLayout PHYS_IN_MAP{
+    .name = "PHYS IN MAP",
+    .block = TableBlock::IO,
+    .activeBase = {128, 128},
+    .rows = 64,
+    .wordsPerRow = 1,
+    .fields = PHYS_IN_MAP_FIELDS,
+    .format = "PHYIIDX:{PHYIidx:02}, TSIIDX:{TSIidx:03}",
 };
 
-/// A row of the PHYS IN MAP: the TSI that a physical input feeds. The input is the row's position and not stored in
-/// it. The setters raise ZebDriverError, the entry unchanged, for a value outside the range.
-class PhysInEntry final : public Misc::FieldEntry<1, PhysInFields::ALL>
+/// A row of the PHYS IN MAP: the TSI that a physical input feeds.
+class PhysInEntry final : public DeclaredEntry<PHYS_IN_MAP>
 {
 public:
-    static constexpr uint32_t STUFFING_TSI = 255;
-
-    /// A stuffing row.
-    PhysInEntry() { setStuffing(); }
+    PhysInEntry() = default;
     /// The stuffing row of a physical input.
-    explicit PhysInEntry(uint32_t phyIIdx) : PhysInEntry(phyIIdx, STUFFING_TSI) {}
-    PhysInEntry(uint32_t phyIIdx, uint32_t tsiIdx);
+    explicit PhysInEntry(uint32_t phyIIdx) { create<"PHYIidx">(phyIIdx); }
+    PhysInEntry(uint32_t phyIIdx, uint32_t tsiIdx) { create<"PHYIidx", "TSIidx">(phyIIdx, tsiIdx); }
 
-    /// TSIidx 255, PHYIidx 31.
-    void setStuffing() override;
+    void setPHYIidx(uint32_t phyIIdx) { set<"PHYIidx">(phyIIdx); }
+    void setTSIidx(uint32_t tsiIdx) { set<"TSIidx">(tsiIdx); }
 
-    void setPHYIidx(uint32_t phyIIdx); ///< 0..63
-    void setTSIidx(uint32_t tsiIdx);   ///< 0..255
-
-    uint8_t getPHYIidx() const { return m_PHYIidx; }
-    uint8_t getTSIidx() const { return value<F::TSI_IDX>(); }
-
-private:
-    using F = PhysInFields;
-
-    void putPHYIidx(uint32_t phyIIdx, const char* failure);
-    void putTSIidx(uint32_t tsiIdx, const char* failure);
-
-    uint8_t m_PHYIidx = 0;
+    uint8_t getPHYIidx() const { return get<"PHYIidx">(); }
+    uint8_t getTSIidx() const { return get<"TSIidx">(); }
 };
 
 } // namespace Osl::Drivers::Zeb

@@ -1,44 +1,50 @@
 #pragma once
 
-#include <osl/userspace_drivers/drivers_misc/fieldentry.h>
+#include <osl/userspace_drivers/drivers/zeb/ts/fieldentry.h>
 
 namespace Osl::Drivers::Zeb {
 
-struct PhysOutFields
-{
-    static constexpr Misc::BitField PHYO_IDX{"PHYOidx", 0, 0, 8};
-    static constexpr Misc::BitField ENABLED{"ENABLED", 0, 8, 1};
-    static constexpr std::array ALL{PHYO_IDX, ENABLED};
+// clang-format off
+inline constexpr std::array PHYS_OUT_MAP_FIELDS{
+    Field{.at = {"TSOidx", POSITION, 0, 8}, .stuffing = 255,
+          .refusal = "Cannot create PhysOutEntry - invalid TSOidx ("},
+    Field{.at = {"PHYOidx",   0,  0,  8}, .stuffing = 255, .max = 31, // no setter accepts what marks a stuffing row
+          .refusal = "Cannot create PhysOutEntry - invalid PHYOidx ("},
+    Field{.at = {"ENABLED",   0,  8,  1}, .tellsUse = true},
+};
+// clang-format on
+
+inline constexpr TableLayout PHYS_OUT_MAP{
+    .name = "PHYS OUT MAP",
+    .block = TableBlock::IO,
+    .activeBase = {256, 256},
+    .rows = 256,
+    .wordsPerRow = 1,
+    .fields = PHYS_OUT_MAP_FIELDS,
+    .format = "TSOIDX:{TSOidx:03}, PHYOIDX:{PHYOidx:03}, ENABLED:{ENABLED}",
 };
 
-/// A row of the PHYS OUT MAP: the physical output of one TSO. The TSO is the row's position and not stored in it. The
-/// setters raise ZebDriverError, the entry unchanged, for a value outside the range.
-class PhysOutEntry final : public Misc::FieldEntry<1, PhysOutFields::ALL>
+/// A row of the PHYS OUT MAP: the physical output of one TSO.
+class PhysOutEntry final : public DeclaredEntry<PHYS_OUT_MAP>
 {
 public:
-    static constexpr uint32_t MAX_PHYO_IDX = 31;
+    static constexpr uint32_t MAX_PHYO_IDX = FIELD<"PHYOidx">.max;
 
-    /// A stuffing row of TSO 255.
-    PhysOutEntry() { setStuffing(); }
+    PhysOutEntry() = default;
     /// The stuffing row of a TSO.
-    explicit PhysOutEntry(uint32_t tsoIdx);
-    PhysOutEntry(uint32_t tsoIdx, uint32_t phyOIdx, bool enabled);
+    explicit PhysOutEntry(uint32_t tsoIdx) { create<"TSOidx">(tsoIdx); }
+    PhysOutEntry(uint32_t tsoIdx, uint32_t phyOIdx, bool enabled)
+    {
+        create<"TSOidx", "PHYOidx", "ENABLED">(tsoIdx, phyOIdx, enabled);
+    }
 
-    /// TSOidx 255, PHYOidx 255 (which no setter accepts), disabled.
-    void setStuffing() override;
+    void setTSOidx(uint32_t tsoIdx) { set<"TSOidx">(tsoIdx); }
+    void setPHYOidx(uint32_t phyOIdx) { set<"PHYOidx">(phyOIdx); }
+    void setEnabled(bool enabled) { set<"ENABLED">(enabled); }
 
-    void setTSOidx(uint32_t tsoIdx);   ///< 0..255
-    void setPHYOidx(uint32_t phyOIdx); ///< 0..31
-    void setEnabled(bool enabled) { setValue<F::ENABLED>(enabled); }
-
-    uint8_t getTSOidx() const { return m_TSOidx; }
-    uint8_t getPHYOidx() const { return value<F::PHYO_IDX>(); }
-    bool isEnabled() const { return value<F::ENABLED>(); }
-
-private:
-    using F = PhysOutFields;
-
-    uint8_t m_TSOidx = 0;
+    uint8_t getTSOidx() const { return get<"TSOidx">(); }
+    uint8_t getPHYOidx() const { return get<"PHYOidx">(); }
+    bool isEnabled() const { return get<"ENABLED">(); }
 };
 
 } // namespace Osl::Drivers::Zeb

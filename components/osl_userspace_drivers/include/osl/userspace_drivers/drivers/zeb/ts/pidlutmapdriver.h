@@ -11,7 +11,6 @@
 #include <map>
 #include <memory>
 #include <utility>
-#include <vector>
 
 namespace Osl::Drivers::Zeb {
 
@@ -53,7 +52,7 @@ public:
     virtual void clearFilterTab();
 
 private:
-    void writeRow(uint32_t offset, const std::vector<uint32_t>& words);
+    void writeRow(const FieldEntry& entry);
     uint32_t readStatus(uint32_t base, uint32_t index);
 
     std::shared_ptr<IMemIf> m_Memory;

@@ -1,45 +1,50 @@
 #pragma once
 
-#include <osl/userspace_drivers/drivers_misc/fieldentry.h>
+#include <osl/userspace_drivers/drivers/zeb/ts/fieldentry.h>
 
 namespace Osl::Drivers::Zeb {
 
-struct TsiMapFields
-{
-    static constexpr Misc::BitField PID_IDX{"PIDidx", 0, 0, 12};
-    static constexpr Misc::BitField ENABLED{"ENABLED", 0, 12, 1};
-    static constexpr std::array ALL{PID_IDX, ENABLED};
+// clang-format off
+inline constexpr std::array TSI_MAP_FIELDS{
+    Field{.at = {"TSIidx", POSITION, 0, 8}, .stuffing = 255,
+          .refusal         = "Cannot set TSIidx - invalid TSIidx given (",
+          .creationRefusal = "Cannot create TsiMapEntry - invalid TSIidx ("},
+    Field{.at = {"PIDidx",    0,  0, 12}, .stuffing = 4095, .min = 1,
+          .refusal         = "Cannot set TSIidx - invalid TSIidx given (", // of the TSIidx, as users know it
+          .creationRefusal = "Cannot create TsiMapEntry - invalid PIDidx ("},
+    Field{.at = {"ENABLED",   0, 12,  1}, .tellsUse = true},
+};
+// clang-format on
+
+inline constexpr TableLayout TSI_MAP{
+    .name = "TSI MAP",
+    .block = TableBlock::PID,
+    .activeBase = {256, 256},
+    .rows = 256,
+    .wordsPerRow = 1,
+    .fields = TSI_MAP_FIELDS,
+    .format = "TSIIDX:{TSIidx:03}, PIDIDX:{PIDidx:04}, ENABLED:{ENABLED}",
 };
 
-/// A row of the TSI MAP: the PIDidx of a whole TSI. The TSI is the row's position and not stored in it. The setters
-/// raise ZebDriverError, the entry unchanged, for a value outside the range.
-class TsiMapEntry final : public Misc::FieldEntry<1, TsiMapFields::ALL>
+/// A row of the TSI MAP: the PIDidx of a whole TSI.
+class TsiMapEntry final : public DeclaredEntry<TSI_MAP>
 {
 public:
-    /// A stuffing row of TSI 255.
-    TsiMapEntry() { setStuffing(); }
+    TsiMapEntry() = default;
     /// The stuffing row of a TSI.
-    explicit TsiMapEntry(uint32_t tsiIdx);
-    TsiMapEntry(uint32_t tsiIdx, uint32_t pidIdx, bool enabled);
+    explicit TsiMapEntry(uint32_t tsiIdx) { create<"TSIidx">(tsiIdx); }
+    TsiMapEntry(uint32_t tsiIdx, uint32_t pidIdx, bool enabled)
+    {
+        create<"TSIidx", "PIDidx", "ENABLED">(tsiIdx, pidIdx, enabled);
+    }
 
-    /// TSIidx 255, PIDidx 4095, disabled.
-    void setStuffing() override;
+    void setTSIidx(uint32_t tsiIdx) { set<"TSIidx">(tsiIdx); }
+    void setPIDidx(uint32_t pidIdx) { set<"PIDidx">(pidIdx); }
+    void setEnabled(bool enabled) { set<"ENABLED">(enabled); }
 
-    void setTSIidx(uint32_t tsiIdx); ///< 0..255
-    void setPIDidx(uint32_t pidIdx); ///< 1..4095
-    void setEnabled(bool enabled) { setValue<F::ENABLED>(enabled); }
-
-    uint8_t getTSIidx() const { return m_TSIidx; }
-    uint16_t getPIDidx() const { return value<F::PID_IDX>(); }
-    bool isEnabled() const { return value<F::ENABLED>(); }
-
-private:
-    using F = TsiMapFields;
-
-    void putTSIidx(uint32_t tsiIdx, const char* failure);
-    void putPIDidx(uint32_t pidIdx, const char* failure);
-
-    uint8_t m_TSIidx = 0;
+    uint8_t getTSIidx() const { return get<"TSIidx">(); }
+    uint16_t getPIDidx() const { return get<"PIDidx">(); }
+    bool isEnabled() const { return get<"ENABLED">(); }
 };
 
 } // namespace Osl::Drivers::Zeb

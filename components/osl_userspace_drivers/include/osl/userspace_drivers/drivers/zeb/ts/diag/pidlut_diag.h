@@ -9,9 +9,9 @@
 
 /// Read-out of the PID handling block's tables, straight from its memory. Rows `offset` … `offset + count - 1` are
 /// taken; rows that are not in use only with `showAll`; `inactive` selects the inactive bank where there are two. The
-/// print functions write one line a row, and hand on and flush the lines in pieces of 16 KiB, the last at their end.
-/// All raise InvalidArgumentError, before any output, for rows that the table does not have; errors of the device
-/// memory pass through, after the lines that were printed before, and so does what a stream raises.
+/// print functions are those of printTable(), one for each table. All raise
+/// InvalidArgumentError, before any access, for rows that the table does not have; errors of the device memory pass
+/// through.
 namespace Osl::Drivers::Zeb {
 
 void printPidLut(IMemIf& memory, uint32_t offset, uint32_t count, bool inactive, bool showAll, std::ostream& out);

@@ -1,11 +1,12 @@
 #include <osl/testing/failure_of.h>
 #include <osl/testing/fake_spidev.h>
-#include <osl/userspace_drivers/interfaces/spi/max2871.h>
+#include <osl/userspace_drivers/drivers/spi/max2871.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 using namespace Osl::Spi;
+using namespace Osl::SpiModels;
 using namespace Osl::Testing;
 using testing::ElementsAre;
 using testing::HasSubstr;

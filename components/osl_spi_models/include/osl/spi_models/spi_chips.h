@@ -10,7 +10,7 @@
 #include <string>
 #include <utility>
 
-namespace Osl::Testing {
+namespace Osl::SpiModels {
 
 /// What is at the other end of an SPI bus. Chips keep what they hold in memory that their owner gives them, and tell
 /// the owner in a line of text what they did.
@@ -191,4 +191,4 @@ private:
     uint32_t m_Word = 0;
 };
 
-} // namespace Osl::Testing
+} // namespace Osl::SpiModels

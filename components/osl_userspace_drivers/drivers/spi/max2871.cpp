@@ -1,4 +1,4 @@
-#include <osl/userspace_drivers/interfaces/spi/max2871.h>
+#include <osl/userspace_drivers/drivers/spi/max2871.h>
 
 #include <fmt/format.h>
 

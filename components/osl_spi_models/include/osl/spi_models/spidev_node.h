@@ -1,6 +1,6 @@
 #pragma once
 
-#include <osl/testing/spi_chips.h>
+#include <osl/spi_models/spi_chips.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -8,7 +8,7 @@
 #include <linux/spi/spidev.h>
 #include <vector>
 
-namespace Osl::Testing {
+namespace Osl::SpiModels {
 
 /// The memory of the program that makes a request.
 class UserMemory
@@ -144,4 +144,4 @@ private:
     uint32_t m_SpeedHz = 500'000;
 };
 
-} // namespace Osl::Testing
+} // namespace Osl::SpiModels

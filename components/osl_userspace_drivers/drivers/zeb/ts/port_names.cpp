@@ -1,4 +1,4 @@
-#include <osl/userspace_drivers/drivers/zeb/ts/diag/port_names.h>
+#include <osl/userspace_drivers/drivers/zeb/ts/port_names.h>
 
 #include <fmt/format.h>
 
