@@ -1,3 +1,4 @@
+#include "faults.h"
 #include "ports.h"
 
 #include <osl/cpputils/netaddress.h>
@@ -41,11 +42,7 @@ std::optional<Mac> multicastMac(uint32_t address)
     const CppUtil::IpAdrContainer ip(address);
     if (!ip.isMulticast())
         return std::nullopt;
-    const CppUtil::MacAdrContainer octets(ip);
-    Mac mac{};
-    for (std::size_t i = 0; i < mac.size(); ++i)
-        mac[mac.size() - 1 - i] = octets.octet(i);
-    return mac;
+    return macOf(CppUtil::MacAdrContainer(ip));
 }
 
 std::string toString(const Selector& packets)

@@ -19,7 +19,7 @@ public:
     std::string nameOf(uint32_t index) const;
     /// nullopt for a word that is no port below end().
     std::optional<uint8_t> find(std::string_view name) const;
-    /// The names there are, for messages: "tuner0".."tuner21", …
+    /// By index; "" for none.
     const std::vector<std::string>& names() const { return m_Names; }
 
 private:

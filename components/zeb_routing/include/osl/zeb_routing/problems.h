@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Osl::ZebRouting {
@@ -13,6 +14,9 @@ struct Problem
 {
     std::size_t line; ///< from 1; 0: no line in particular
     std::string text;
+
+    /// The only problem of a source, with no line.
+    static std::vector<Problem> ofWhole(std::string text) { return {{0, std::move(text)}}; }
 
     bool operator==(const Problem&) const = default;
 };

@@ -35,6 +35,7 @@ public:
     std::vector<uint8_t> toImage() const;
     /// Whether the FILTER TABLE is known.
     bool hasFilters() const { return m_HasFilters; }
+    void setHasFilters(bool known) { m_HasFilters = known; }
 
     /// All words of one table.
     std::span<const uint32_t> words(const Layout& table) const;
@@ -46,6 +47,9 @@ public:
     bool operator==(const Tables& other) const;
 
 private:
+    /// Words behind the tables of an image other than those of the FILTER TABLE are ignored.
+    Tables(std::vector<uint32_t> words, bool hasFilters);
+
     std::vector<uint32_t> m_Words; ///< those of an image without the check sum, then the FILTER TABLE
     bool m_HasFilters = true;
 };

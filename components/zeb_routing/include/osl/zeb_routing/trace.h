@@ -19,16 +19,20 @@ struct Exit
     std::vector<std::string> outputs;
 };
 
+/// What feeds a TSI, and the enabled outputs of a TSO, in the order of facts.
+std::vector<std::string> inputNames(const Routing& routing, uint8_t tsi);
+std::vector<std::string> outputNames(const Routing& routing, uint8_t tso);
+
 /// What happens to a packet.
 struct Trace
 {
     uint8_t tsi;
     uint16_t pid;
-    std::vector<std::string> inputs; ///< that feed the TSI
-    std::string by;                  ///< the table that decides: "pidlut", "tsimap" or ""
-    std::vector<std::string> steps;  ///< in words
-    std::vector<Exit> exits;         ///< in the order of the list, the processor last
-    std::string dropped;             ///< why it gets nowhere; "" when it gets somewhere
+    std::vector<std::string> inputs{}; ///< that feed the TSI
+    std::string by{};                  ///< the table that decides: "pidlut", "tsimap" or ""
+    std::vector<std::string> steps{};  ///< in words
+    std::vector<Exit> exits{};         ///< in the order of the list, the processor last
+    std::string dropped{};             ///< why it gets nowhere; "" when it gets somewhere
 };
 
 /// Follows a packet as the FPGA does, which looks rows up by bisection.

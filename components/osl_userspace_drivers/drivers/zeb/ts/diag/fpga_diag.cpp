@@ -10,13 +10,10 @@
 namespace Osl::Drivers::Zeb {
 namespace {
 
-/// The tables in the order in which the image holds them, which is also the order in which they are written back.
-constexpr std::array SECTIONS{&PHYS_IN_MAP, &IP_LUT, &TSI_MAP, &PID_LUT, &O_PID_MAP, &PHYS_OUT_MAP, &IP_OUT_MAP};
-
 consteval std::size_t sectionWords()
 {
     std::size_t words = 0;
-    for (const TableLayout* table : SECTIONS)
+    for (const TableLayout* table : IMAGE_SECTIONS)
         words += table->words();
     return words;
 }
@@ -28,7 +25,7 @@ std::vector<uint32_t> exportTables(IMemIf& pidMemory, IMemIf& ioMemory)
 {
     std::vector<uint32_t> ret;
     ret.reserve(TOT_WORDS + 1);
-    for (const TableLayout* table : SECTIONS) {
+    for (const TableLayout* table : IMAGE_SECTIONS) {
         IMemIf& memory = table->block == TableBlock::PID ? pidMemory : ioMemory;
         const uint32_t base = table->hasBanks() ? BankedTable(memory, *table).activeBase() : table->rowOffset(0);
         const std::vector<uint32_t> words = memory.readBlock32(base, table->words());
@@ -39,17 +36,21 @@ std::vector<uint32_t> exportTables(IMemIf& pidMemory, IMemIf& ioMemory)
     return ret;
 }
 
-void importTables(IMemIf& pidMemory, IMemIf& ioMemory, std::span<const uint8_t> bytes)
+void checkImage(std::span<const uint8_t> bytes)
 {
     if (bytes.size() != IMAGE_BYTES)
         OSL_RAISE(CppUtil::InvalidArgumentError, "Invalid data (incorrect length) given to import tables");
     const auto tables = bytes.first(TOT_WORDS * sizeof(uint32_t));
     if (crc32Mpeg2(tables) != toWords(bytes.subspan(tables.size())).front())
         OSL_RAISE(CppUtil::InvalidArgumentError, "Invalid data (incorrect CRC) given to import tables");
+}
 
+void importTables(IMemIf& pidMemory, IMemIf& ioMemory, std::span<const uint8_t> bytes)
+{
+    checkImage(bytes);
     const std::vector<uint32_t> data = toWords(bytes);
     auto data_it = data.begin();
-    for (const TableLayout* table : SECTIONS) {
+    for (const TableLayout* table : IMAGE_SECTIONS) {
         IMemIf& memory = table->block == TableBlock::PID ? pidMemory : ioMemory;
         const auto section = std::exchange(data_it, data_it + table->words());
         if (table->hasBanks()) {
