@@ -2,6 +2,7 @@
 
 #include "zeb_fpga_shell/cli/bitrate_cmds.h"
 #include "zeb_fpga_shell/cli/cammon_cmds.h"
+#include "zeb_fpga_shell/cli/command_row.h"
 #include "zeb_fpga_shell/cli/impexp_tables_cmd.h"
 #include "zeb_fpga_shell/cli/mcnotlut_cmds.h"
 #include "zeb_fpga_shell/cli/pktio_cmds.h"

@@ -29,6 +29,7 @@ inline constexpr TableLayout SCM_PID_LUT{
     .fields = SCM_PID_LUT_FIELDS,
     .format = "SCMIDX:{SCMIDX}, PID:0x{PID:04x}, KEYIDX:{KEYIDX}, ",
 };
+static_assert(isSound(SCM_PID_LUT));
 
 /// The four words, the least significant first, of a 128-bit key or initialisation vector.
 struct ScmKeySlot
