@@ -8,7 +8,7 @@ from harness import board as boards
 
 def pytest_configure(config):
     config.addinivalue_line("markers", "complaints(text, ...): the board may complain with lines that contain a text")
-    for program in (boards.TOOL, boards.MODEL, boards.SPI):
+    for program in (boards.TOOL, boards.ROUTE, boards.MODEL, boards.SPI):
         if not os.access(program, os.X_OK):
             pytest.exit(f"{program} is not built; run scripts/test", returncode=2)
 

@@ -8,7 +8,7 @@ import pytest
 
 from harness.board import BUILD, TIMEOUT, TOOL, run_bare
 
-MANUAL = BUILD / "util" / "fpga_shell" / "reference" / "zeb_fpga_shell.8"
+MANUAL = BUILD / "util" / "fpga_shell" / "reference" / "man8" / "zeb_fpga_shell.8"
 COMPLETION = BUILD / "util" / "fpga_shell" / "reference" / "completion.bash"
 OPTION = re.compile(r"^  (?:-(\w), |    )--(\w+)( arg)? +(.*)$")
 

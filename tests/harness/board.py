@@ -14,6 +14,7 @@ REPO = Path(__file__).resolve().parents[2]
 LAUNCHER = REPO / "scripts" / "board"
 BUILD = Path(os.environ.get("ZEB_BUILD_DIR", REPO / "build" / "dev")).resolve()
 TOOL = BUILD / "util" / "fpga_shell" / "zeb_fpga_shell"
+ROUTE = BUILD / "util" / "zeb_route" / "zeb_route"
 MODEL = BUILD / "util" / "virtual_board" / "zeb_virtual_board"
 SPI = BUILD / "util" / "virtual_board" / "spi" / "zeb_virtual_board_spi"
 TIMEOUT = 120  # seconds; far more than any command takes, sanitizers and a busy machine included
@@ -149,6 +150,10 @@ class Board:
     def run(self, *args, input=None):
         """Runs the tool with `args`."""
         return self.execute([TOOL, *args], input)
+
+    def route(self, *args, input=None):
+        """Runs zeb_route with `args`."""
+        return self.execute([ROUTE, *args], input)
 
     def sh(self, script, input=None):
         """Runs a shell script; the tool is in its PATH."""

@@ -1,0 +1,97 @@
+#pragma once
+
+#include <osl/cpputils/error.h>
+
+#include <atomic>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Osl::ZebRoute {
+
+/// A command line that asks for nothing sensible.
+struct UsageError : Error
+{
+    using Error::Error;
+};
+
+/// What the program ends with.
+enum Status : int { DONE = 0, SOMETHING_TO_SAY = 1, FAILED = 2 };
+
+/// All options and words that a command can have; each declares some of them.
+struct Settings
+{
+    std::vector<std::string> words;
+    std::string to;
+    uint32_t intervalMs = 1000;
+    bool json = false;
+    bool rows = false;
+    bool prometheus = false;
+};
+
+/// What is around a command that runs.
+class Surroundings
+{
+public:
+    explicit Surroundings(const std::atomic<bool>& stop) : m_Stop(stop) {}
+
+    /// Writes to standard output; what cannot be written is told by flush().
+    void print(std::string_view text);
+    /// Raises IOError when not all of the output could be written.
+    void flush();
+    /// True once the user has asked to stop.
+    bool stopRequested() const { return m_Stop; }
+
+private:
+    const std::atomic<bool>& m_Stop;
+};
+
+/// One option or group of words of a command.
+struct Argument
+{
+    enum class Kind { FLAG, WORD, WORDS, NUMBER };
+    /// What a completion offers for it.
+    enum class Offer { NOTHING, FILES, SOURCES, PACKETS, OUTPUTS, STATEMENTS };
+
+    const char* name;  ///< "--json", or that of a group of words, "SOURCE"
+    const char* value; ///< what stands for its value in help texts; "" for a flag
+    Kind kind;
+    const char* help;
+    Offer offer = Offer::NOTHING;
+    // Where the value is put; the one that the kind says.
+    bool Settings::*flag = nullptr;
+    std::string Settings::*word = nullptr;
+    std::vector<std::string> Settings::*words = nullptr;
+    uint32_t Settings::*number = nullptr;
+    // Of words: how many; of a number: its range.
+    uint32_t least = 0;
+    uint32_t most = 0;
+    const char* excludes = nullptr; ///< the option that cannot be given with it
+
+    bool isPositional() const { return name[0] != '-'; }
+};
+
+/// The same for every command that has it.
+inline constexpr Argument JSON_OPTION{.name = "--json",
+                                      .value = "",
+                                      .kind = Argument::Kind::FLAG,
+                                      .help = "Print one JSON document",
+                                      .flag = &Settings::json};
+
+/// A command as help, manual page and completion show it, and its work.
+struct Command
+{
+    const char* name;
+    const char* summary; ///< one line
+    const char* details; ///< what else the user has to know
+    std::span<const Argument> arguments;
+    /// Raises what goes wrong; otherwise answers the exit status.
+    int (*run)(const Settings& settings, Surroundings& around);
+};
+
+/// In the order of the help text.
+std::span<const Command> commands();
+
+} // namespace Osl::ZebRoute

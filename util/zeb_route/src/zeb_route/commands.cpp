@@ -1,0 +1,15 @@
+#include "zeb_route/command.h"
+#include "zeb_route/rates_cmd.h"
+#include "zeb_route/read_cmds.h"
+
+#include <array>
+
+namespace Osl::ZebRoute {
+
+std::span<const Command> commands()
+{
+    static const std::array ALL{SHOW, DIFF, CHECK, TRACE, GRAPH, RATES};
+    return ALL;
+}
+
+} // namespace Osl::ZebRoute

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "zeb_route/command.h"
+
+#include <osl/zeb_routing/problems.h>
+#include <osl/zeb_routing/source.h>
+
+#include <string>
+#include <vector>
+
+namespace Osl::ZebRoute {
+
+/// The word for the board itself.
+inline constexpr const char* LIVE = "live";
+/// The word for standard input.
+inline constexpr const char* STANDARD_INPUT = "-";
+
+/// What is wrong with a source, and which it is.
+class NamedSourceError : public CppUtil::PrefixedError<"Routing source Error: ">
+{
+public:
+    /// `name` as the user gave it.
+    NamedSourceError(std::string name, const ZebRouting::SourceError& error, const char* file, int line);
+
+    /// "FILE:LINE: text", a problem an element.
+    const std::vector<std::string>& lines() const { return m_Lines; }
+
+private:
+    std::vector<std::string> m_Lines;
+};
+
+/// Reads a source by its name: the devices of the board, a file, or standard input. Raises NamedSourceError for one
+/// that is wrong; errors of files and devices pass through.
+ZebRouting::Source readSource(const std::string& name);
+
+} // namespace Osl::ZebRoute
