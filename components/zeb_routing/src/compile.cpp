@@ -52,14 +52,14 @@ void writeInputs(Tables& tables, std::vector<Input> inputs)
     uint32_t row = 0;
     for (const auto& [tsi, from] : inputs) {
         if (from.isPort)
-            tables.setRow(PHYS_IN_MAP, from.number, RowWords<PhysInEntry>().put(PhysInFields::TSI_IDX, tsi));
+            tables.setRow(PHYS_IN_MAP, from.number, RowWords<PhysInEntry>().put(PhysInEntry::FIELD<"TSIidx">.at, tsi));
         else if (row++ < IP_LUT.rows)
             tables.setRow(IP_LUT, row - 1,
                           RowWords<IpInEntry>()
-                              .put(IpInFields::IP, from.address)
-                              .put(IpInFields::UDP_PORT, from.number)
-                              .put(IpInFields::TSI_IDX, tsi)
-                              .put(IpInFields::ENABLED, 1));
+                              .put(IpInEntry::FIELD<"IP">.at, from.address)
+                              .put(IpInEntry::FIELD<"UDP_PORT">.at, from.number)
+                              .put(IpInEntry::FIELD<"TSIidx">.at, tsi)
+                              .put(IpInEntry::FIELD<"ENABLED">.at, 1));
     }
     checkRows(IP_LUT.name, row, IP_LUT.rows);
 }
@@ -68,16 +68,17 @@ void writeOutputs(Tables& tables, const std::vector<Output>& outputs)
 {
     for (const Output& output : outputs) {
         if (output.to.isPort) {
-            tables.setRow(
-                PHYS_OUT_MAP, output.tso,
-                RowWords<PhysOutEntry>().put(PhysOutFields::PHYO_IDX, output.to.number).put(PhysOutFields::ENABLED, 1));
+            tables.setRow(PHYS_OUT_MAP, output.tso,
+                          RowWords<PhysOutEntry>()
+                              .put(PhysOutEntry::FIELD<"PHYOidx">.at, output.to.number)
+                              .put(PhysOutEntry::FIELD<"ENABLED">.at, 1));
             continue;
         }
         RowWords<IpOutEntry> words;
-        words.put(IpOutFields::IP, output.to.address)
-            .put(IpOutFields::UDP_PORT, output.to.number)
-            .put(IpOutFields::RTP, output.rtp ? 1 : 0)
-            .put(IpOutFields::ENABLED, output.enabled ? 1 : 0);
+        words.put(IpOutEntry::FIELD<"IP">.at, output.to.address)
+            .put(IpOutEntry::FIELD<"UDP_PORT">.at, output.to.number)
+            .put(IpOutEntry::FIELD<"RTP">.at, output.rtp ? 1 : 0)
+            .put(IpOutEntry::FIELD<"ENABLED">.at, output.enabled ? 1 : 0);
         for (std::size_t i = 0; i < output.mac.size(); ++i)
             words.put(*MAC_FIELDS[i], output.mac[i]);
         tables.setRow(IP_OUT_MAP, output.tso, words);
@@ -89,13 +90,14 @@ void writeList(Tables& tables, const Destinations& list, const std::vector<uint1
     OSL_ASSERT(list.size() == rows.size());
     for (std::size_t i = 0; i < list.size(); ++i) {
         const auto newPid = list[i].newPid();
-        tables.setRow(O_PID_MAP, rows[i],
-                      RowWords<PidMapEntry>()
-                          .put(PidMapFields::TSO_IDX, list[i].tso())
-                          .put(PidMapFields::REMAP_PID, newPid.value_or(PidMapFields::REMAP_PID.max()))
-                          .put(PidMapFields::REMAP, newPid ? 1 : 0)
-                          .put(PidMapFields::ENABLED, 1)
-                          .put(PidMapFields::NEXT_PID_IDX, i + 1 < rows.size() ? rows[i + 1] : 0));
+        tables.setRow(
+            O_PID_MAP, rows[i],
+            RowWords<PidMapEntry>()
+                .put(PidMapEntry::FIELD<"TSOidx">.at, list[i].tso())
+                .put(PidMapEntry::FIELD<"REMAP_PID">.at, newPid.value_or(PidMapEntry::FIELD<"REMAP_PID">.at.max()))
+                .put(PidMapEntry::FIELD<"REMAP">.at, newPid ? 1 : 0)
+                .put(PidMapEntry::FIELD<"ENABLED">.at, 1)
+                .put(PidMapEntry::FIELD<"NEXT_PIDidx">.at, i + 1 < rows.size() ? rows[i + 1] : 0));
     }
 }
 
@@ -106,19 +108,21 @@ void writeRoute(Tables& tables, uint32_t& pidLutRow, const RouteGroup& route, co
     const uint16_t list = toOutputs ? places.ofRoutes.at(route.outputs).front() : PidLutEntry().getPIDIDX();
     if (route.packets.isWholeTsi()) {
         tables.setRow(TSI_MAP, route.packets.tsi,
-                      RowWords<TsiMapEntry>().put(TsiMapFields::PID_IDX, list).put(TsiMapFields::ENABLED, 1));
+                      RowWords<TsiMapEntry>()
+                          .put(TsiMapEntry::FIELD<"PIDidx">.at, list)
+                          .put(TsiMapEntry::FIELD<"ENABLED">.at, 1));
         return;
     }
     if (pidLutRow++ >= PID_LUT.rows)
         return;
     tables.setRow(PID_LUT, pidLutRow - 1,
                   RowWords<PidLutEntry>()
-                      .put(PidLutFields::TSIIDX, route.packets.tsi)
-                      .put(PidLutFields::PID, route.packets.pid)
-                      .put(PidLutFields::PIDIDX, list)
-                      .put(PidLutFields::OUT_ROUTE, toOutputs ? 1 : 0)
-                      .put(PidLutFields::CPU_ROUTE, route.filter ? 1 : 0)
-                      .put(PidLutFields::FILT_TAB_IDX, route.filter.value_or(Destination::NO_FILTER)));
+                      .put(PidLutEntry::FIELD<"TSIIDX">.at, route.packets.tsi)
+                      .put(PidLutEntry::FIELD<"PID">.at, route.packets.pid)
+                      .put(PidLutEntry::FIELD<"PIDIDX">.at, list)
+                      .put(PidLutEntry::FIELD<"OUT_ROUTE">.at, toOutputs ? 1 : 0)
+                      .put(PidLutEntry::FIELD<"CPU_ROUTE">.at, route.filter ? 1 : 0)
+                      .put(PidLutEntry::FIELD<"FiltTabIDX">.at, route.filter.value_or(Destination::NO_FILTER)));
 }
 
 } // namespace
@@ -181,7 +185,8 @@ Tables encode(const Routing& routing, const ListRows& places)
     writeInputs(tables, routing.inputs);
     writeOutputs(tables, routing.outputs);
     for (const auto& [filter, count] : routing.filters)
-        tables.setRow(FILTER_TABLE, filter, RowWords<FilterTabEntry>().put(FilterTabFields::PACKET_COUNT, count));
+        tables.setRow(FILTER_TABLE, filter,
+                      RowWords<FilterTabEntry>().put(FilterTabEntry::FIELD<"PACKET_COUNT">.at, count));
     for (const auto& [list, rows] : places.ofRoutes)
         writeList(tables, list, rows);
     for (const auto& [number, list] : groupsOf(routing.lists))

@@ -35,12 +35,12 @@ std::vector<Input> inputsOf(const Tables& tables)
 {
     std::vector<Input> inputs;
     forEachRow(tables, IP_INPUTS, [&](uint32_t, Words words) {
-        inputs.push_back({static_cast<uint8_t>(IpInFields::TSI_IDX.get(words)), groupOfInput(words)});
+        inputs.push_back({static_cast<uint8_t>(IpInEntry::FIELD<"TSIidx">.at.get(words)), groupOfInput(words)});
     });
     firstOfEach(inputs, [](const Input& input) { return input.from; });
     forEachRow(tables, PHYS_INPUTS, [&](uint32_t port, Words words) {
-        inputs.push_back(
-            {static_cast<uint8_t>(PhysInFields::TSI_IDX.get(words)), Endpoint::port(static_cast<uint8_t>(port))});
+        inputs.push_back({static_cast<uint8_t>(PhysInEntry::FIELD<"TSIidx">.at.get(words)),
+                          Endpoint::port(static_cast<uint8_t>(port))});
     });
     std::sort(inputs.begin(), inputs.end());
     return inputs;
@@ -53,11 +53,11 @@ std::vector<Output> outputsOf(const Tables& tables)
         outputs.push_back({.tso = static_cast<uint8_t>(tso),
                            .to = groupOfOutput(words),
                            .mac = macOfOutput(words),
-                           .rtp = IpOutFields::RTP.get(words) != 0,
-                           .enabled = IpOutFields::ENABLED.get(words) != 0});
+                           .rtp = IpOutEntry::FIELD<"RTP">.at.get(words) != 0,
+                           .enabled = IpOutEntry::FIELD<"ENABLED">.at.get(words) != 0});
     });
     forEachRow(tables, PHYS_OUTPUTS, [&](uint32_t tso, Words words) {
-        const auto port = static_cast<uint8_t>(PhysOutFields::PHYO_IDX.get(words));
+        const auto port = static_cast<uint8_t>(PhysOutEntry::FIELD<"PHYOidx">.at.get(words));
         outputs.push_back({.tso = static_cast<uint8_t>(tso), .to = Endpoint::port(port)});
     });
     std::sort(outputs.begin(), outputs.end());
@@ -68,7 +68,7 @@ std::vector<Filter> filtersOf(const Tables& tables)
 {
     std::vector<Filter> filters;
     forEachRow(tables, FILTERS, [&](uint32_t filter, Words words) {
-        filters.push_back({static_cast<uint8_t>(filter), FilterTabFields::PACKET_COUNT.get(words)});
+        filters.push_back({static_cast<uint8_t>(filter), FilterTabEntry::FIELD<"PACKET_COUNT">.at.get(words)});
     });
     return filters;
 }
@@ -93,7 +93,7 @@ std::vector<Route> routesOf(const Tables& tables, ListMap& lists)
         if (isOutRoute(words))
             for (const Destination to : lists.destinations(listOf(words)))
                 routes.push_back({packets, to});
-        if (PidLutFields::CPU_ROUTE.get(words) != 0)
+        if (PidLutEntry::FIELD<"CPU_ROUTE">.at.get(words) != 0)
             routes.push_back({packets, Destination::cpu(filterOf(words))});
         if (routes.size() == before)
             routes.push_back({packets, Destination::drop()});
@@ -117,53 +117,57 @@ std::vector<List> listsOf(const Tables& tables, ListMap& lists)
 
 bool isNoStuffing(Words ipOutRow)
 {
-    static const std::vector<uint32_t> STUFFING = IpOutEntry().getWords();
-    return std::any_of(IpOutFields::ALL.begin(), IpOutFields::ALL.end(), [&](const Drivers::Misc::BitField& field) {
-        return field.get(ipOutRow) != field.get(STUFFING);
+    return std::any_of(IP_OUT_MAP.fields.begin(), IP_OUT_MAP.fields.end(), [&](const Field& field) {
+        return field.isStored() && field.at.get(ipOutRow) != field.stuffing;
     });
 }
 
 } // namespace
 
-const TableUse IP_INPUTS{IP_LUT, [](uint32_t, Words words) { return IpInFields::ENABLED.get(words) != 0; }};
-const TableUse PHYS_INPUTS{
-    PHYS_IN_MAP, [](uint32_t, Words words) { return PhysInFields::TSI_IDX.get(words) != PhysInEntry::STUFFING_TSI; }};
+const TableUse IP_INPUTS{IP_LUT, [](uint32_t, Words words) { return IpInEntry::FIELD<"ENABLED">.at.get(words) != 0; }};
+const TableUse PHYS_INPUTS{PHYS_IN_MAP, [](uint32_t, Words words) { return !PHYS_IN_MAP.isUnused(words); }};
 const TableUse IP_OUTPUTS{IP_OUT_MAP, [](uint32_t, Words words) { return isNoStuffing(words); }};
-const TableUse PHYS_OUTPUTS{PHYS_OUT_MAP, [](uint32_t, Words words) { return PhysOutFields::ENABLED.get(words) != 0; }};
+const TableUse PHYS_OUTPUTS{PHYS_OUT_MAP,
+                            [](uint32_t, Words words) { return PhysOutEntry::FIELD<"ENABLED">.at.get(words) != 0; }};
 const TableUse FILTERS{FILTER_TABLE, [](uint32_t filter, Words words) {
-                           return filter != Destination::NO_FILTER && FilterTabFields::PACKET_COUNT.get(words) != 0;
+                           return filter != Destination::NO_FILTER &&
+                                  FilterTabEntry::FIELD<"PACKET_COUNT">.at.get(words) != 0;
                        }};
 const TableUse PID_ROUTES{PID_LUT, [](uint32_t, Words words) { return !isStuffing(packetsOf(words)); }};
-const TableUse TSI_ROUTES{TSI_MAP, [](uint32_t, Words words) { return TsiMapFields::ENABLED.get(words) != 0; }};
-const TableUse LIST_ROWS{O_PID_MAP, [](uint32_t, Words words) { return PidMapFields::ENABLED.get(words) != 0; }};
+const TableUse TSI_ROUTES{TSI_MAP,
+                          [](uint32_t, Words words) { return TsiMapEntry::FIELD<"ENABLED">.at.get(words) != 0; }};
+const TableUse LIST_ROWS{O_PID_MAP,
+                         [](uint32_t, Words words) { return PidMapEntry::FIELD<"ENABLED">.at.get(words) != 0; }};
 
 Selector packetsOf(Words pidLutRow)
 {
-    return {static_cast<uint8_t>(PidLutFields::TSIIDX.get(pidLutRow)),
-            static_cast<uint16_t>(PidLutFields::PID.get(pidLutRow))};
+    return {static_cast<uint8_t>(PidLutEntry::FIELD<"TSIIDX">.at.get(pidLutRow)),
+            static_cast<uint16_t>(PidLutEntry::FIELD<"PID">.at.get(pidLutRow))};
 }
 
 bool isStuffing(const Selector& packets)
 {
-    return packets.tsi == PidLutFields::TSIIDX.max() && packets.pid == PidLutFields::PID.max();
+    return packets.tsi == PidLutEntry::FIELD<"TSIIDX">.at.max() && packets.pid == PidLutEntry::FIELD<"PID">.at.max();
 }
 
-bool isOutRoute(Words pidLutRow) { return PidLutFields::OUT_ROUTE.get(pidLutRow) != 0; }
+bool isOutRoute(Words pidLutRow) { return PidLutEntry::FIELD<"OUT_ROUTE">.at.get(pidLutRow) != 0; }
 
-uint16_t listOf(Words pidLutRow) { return static_cast<uint16_t>(PidLutFields::PIDIDX.get(pidLutRow)); }
+uint16_t listOf(Words pidLutRow) { return static_cast<uint16_t>(PidLutEntry::FIELD<"PIDIDX">.at.get(pidLutRow)); }
 
-uint8_t filterOf(Words pidLutRow) { return static_cast<uint8_t>(PidLutFields::FILT_TAB_IDX.get(pidLutRow)); }
+uint8_t filterOf(Words pidLutRow) { return static_cast<uint8_t>(PidLutEntry::FIELD<"FiltTabIDX">.at.get(pidLutRow)); }
 
-uint16_t listOfTsi(Words tsiMapRow) { return static_cast<uint16_t>(TsiMapFields::PID_IDX.get(tsiMapRow)); }
+uint16_t listOfTsi(Words tsiMapRow) { return static_cast<uint16_t>(TsiMapEntry::FIELD<"PIDidx">.at.get(tsiMapRow)); }
 
 Endpoint groupOfInput(Words ipLutRow)
 {
-    return Endpoint::ip(IpInFields::IP.get(ipLutRow), static_cast<uint16_t>(IpInFields::UDP_PORT.get(ipLutRow)));
+    return Endpoint::ip(IpInEntry::FIELD<"IP">.at.get(ipLutRow),
+                        static_cast<uint16_t>(IpInEntry::FIELD<"UDP_PORT">.at.get(ipLutRow)));
 }
 
 Endpoint groupOfOutput(Words ipOutRow)
 {
-    return Endpoint::ip(IpOutFields::IP.get(ipOutRow), static_cast<uint16_t>(IpOutFields::UDP_PORT.get(ipOutRow)));
+    return Endpoint::ip(IpOutEntry::FIELD<"IP">.at.get(ipOutRow),
+                        static_cast<uint16_t>(IpOutEntry::FIELD<"UDP_PORT">.at.get(ipOutRow)));
 }
 
 Mac macOfOutput(Words ipOutRow)

@@ -51,8 +51,9 @@ Mac macOfOutput(Words ipOutRow);
 std::vector<uint16_t> listEntries(const Tables& tables);
 
 /// Fields of the MAC address in the order of its text.
-inline constexpr std::array MAC_FIELDS{&Drivers::Zeb::IpOutFields::MAC5, &Drivers::Zeb::IpOutFields::MAC4,
-                                       &Drivers::Zeb::IpOutFields::MAC3, &Drivers::Zeb::IpOutFields::MAC2,
-                                       &Drivers::Zeb::IpOutFields::MAC1, &Drivers::Zeb::IpOutFields::MAC0};
+inline constexpr std::array MAC_FIELDS{
+    &Drivers::Zeb::IpOutEntry::FIELD<"MAC5">.at, &Drivers::Zeb::IpOutEntry::FIELD<"MAC4">.at,
+    &Drivers::Zeb::IpOutEntry::FIELD<"MAC3">.at, &Drivers::Zeb::IpOutEntry::FIELD<"MAC2">.at,
+    &Drivers::Zeb::IpOutEntry::FIELD<"MAC1">.at, &Drivers::Zeb::IpOutEntry::FIELD<"MAC0">.at};
 
 } // namespace Osl::ZebRouting

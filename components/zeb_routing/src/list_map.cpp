@@ -7,8 +7,8 @@
 
 namespace Osl::ZebRouting {
 
-using F = Drivers::Zeb::PidMapFields;
 using Drivers::Zeb::O_PID_MAP;
+using Drivers::Zeb::PidMapEntry;
 
 ListMap::ListMap(const Tables& tables) : m_Words(tables.words(O_PID_MAP)), m_Destinations(ROWS)
 {
@@ -36,16 +36,20 @@ std::span<const uint32_t> ListMap::row(uint16_t row) const
     return m_Words.subspan(std::size_t{row} * O_PID_MAP.wordsPerRow, O_PID_MAP.wordsPerRow);
 }
 
-bool ListMap::isEnabled(uint16_t row) const { return F::ENABLED.get(this->row(row)) != 0; }
+bool ListMap::isEnabled(uint16_t row) const { return PidMapEntry::FIELD<"ENABLED">.at.get(this->row(row)) != 0; }
 
-uint16_t ListMap::next(uint16_t row) const { return static_cast<uint16_t>(F::NEXT_PID_IDX.get(this->row(row))); }
+uint16_t ListMap::next(uint16_t row) const
+{
+    return static_cast<uint16_t>(PidMapEntry::FIELD<"NEXT_PIDidx">.at.get(this->row(row)));
+}
 
 Destination ListMap::destination(uint16_t row) const
 {
     const auto words = this->row(row);
-    const auto tso = static_cast<uint8_t>(F::TSO_IDX.get(words));
-    return F::REMAP.get(words) != 0 ? Destination::output(tso, static_cast<uint16_t>(F::REMAP_PID.get(words)))
-                                    : Destination::output(tso);
+    const auto tso = static_cast<uint8_t>(PidMapEntry::FIELD<"TSOidx">.at.get(words));
+    return PidMapEntry::FIELD<"REMAP">.at.get(words) != 0
+               ? Destination::output(tso, static_cast<uint16_t>(PidMapEntry::FIELD<"REMAP_PID">.at.get(words)))
+               : Destination::output(tso);
 }
 
 std::vector<uint16_t> ListMap::rowsFrom(uint16_t pidIdx) const

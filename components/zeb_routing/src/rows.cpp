@@ -27,33 +27,38 @@ struct RowPrinter
 const RowPrinter PRINTERS[]{
     {IP_INPUTS,
      [](Lines& lines, uint32_t, Words words) {
-         lines.add("iplut {} tsi {}", inputName(groupOfInput(words)), IpInFields::TSI_IDX.get(words));
+         lines.add("iplut {} tsi {}", inputName(groupOfInput(words)), IpInEntry::FIELD<"TSIidx">.at.get(words));
      }},
     {PHYS_INPUTS, [](Lines& lines, uint32_t row,
-                     Words words) { lines.add("physin {} tsi {}", row, PhysInFields::TSI_IDX.get(words)); }},
+                     Words words) { lines.add("physin {} tsi {}", row, PhysInEntry::FIELD<"TSIidx">.at.get(words)); }},
     {IP_OUTPUTS,
      [](Lines& lines, uint32_t row, Words words) {
          lines.add("ipout {} {} mac {} {}{}", row, outputName(groupOfOutput(words)), toString(macOfOutput(words)),
-                   IpOutFields::RTP.get(words) != 0 ? "rtp " : "", IpOutFields::ENABLED.get(words) != 0 ? "on" : "off");
+                   IpOutEntry::FIELD<"RTP">.at.get(words) != 0 ? "rtp " : "",
+                   IpOutEntry::FIELD<"ENABLED">.at.get(words) != 0 ? "on" : "off");
      }},
-    {PHYS_OUTPUTS, [](Lines& lines, uint32_t row,
-                      Words words) { lines.add("physout {} port {}", row, PhysOutFields::PHYO_IDX.get(words)); }},
-    {FILTERS, [](Lines& lines, uint32_t row,
-                 Words words) { lines.add("filttab {} {}", row, FilterTabFields::PACKET_COUNT.get(words)); }},
+    {PHYS_OUTPUTS,
+     [](Lines& lines, uint32_t row, Words words) {
+         lines.add("physout {} port {}", row, PhysOutEntry::FIELD<"PHYOidx">.at.get(words));
+     }},
+    {FILTERS,
+     [](Lines& lines, uint32_t row, Words words) {
+         lines.add("filttab {} {}", row, FilterTabEntry::FIELD<"PACKET_COUNT">.at.get(words));
+     }},
     {PID_ROUTES,
      [](Lines& lines, uint32_t, Words words) {
          lines.add("pidlut {} pididx {}{}{} filter {}", toString(packetsOf(words)), listOf(words),
-                   isOutRoute(words) ? " out" : "", PidLutFields::CPU_ROUTE.get(words) != 0 ? " cpu" : "",
+                   isOutRoute(words) ? " out" : "", PidLutEntry::FIELD<"CPU_ROUTE">.at.get(words) != 0 ? " cpu" : "",
                    filterOf(words));
      }},
     {TSI_ROUTES,
      [](Lines& lines, uint32_t row, Words words) { lines.add("tsimap {} pididx {}", row, listOfTsi(words)); }},
     {LIST_ROWS,
      [](Lines& lines, uint32_t row, Words words) {
-         lines.append("opidmap {} tso {}", row, PidMapFields::TSO_IDX.get(words));
-         if (PidMapFields::REMAP.get(words) != 0)
-             lines.append(" pid 0x{:04x}", PidMapFields::REMAP_PID.get(words));
-         lines.end(" next {}", PidMapFields::NEXT_PID_IDX.get(words));
+         lines.append("opidmap {} tso {}", row, PidMapEntry::FIELD<"TSOidx">.at.get(words));
+         if (PidMapEntry::FIELD<"REMAP">.at.get(words) != 0)
+             lines.append(" pid 0x{:04x}", PidMapEntry::FIELD<"REMAP_PID">.at.get(words));
+         lines.end(" next {}", PidMapEntry::FIELD<"NEXT_PIDidx">.at.get(words));
      }},
 };
 

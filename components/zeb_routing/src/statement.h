@@ -41,14 +41,14 @@ struct NumberField
 };
 
 namespace Zeb = Drivers::Zeb;
-inline constexpr NumberField TSI{"tsi", "a TSI", 0, Zeb::IpInFields::TSI_IDX.max()};
+inline constexpr NumberField TSI{"tsi", "a TSI", 0, Zeb::IpInEntry::FIELD<"TSIidx">.at.max()};
 inline constexpr NumberField TSO{"tso", "a TSO", 0, Zeb::IP_OUT_MAP.rows - 1};
-inline constexpr NumberField PID{"pid", "a PID", 0, Zeb::PidLutFields::PID.max()};
+inline constexpr NumberField PID{"pid", "a PID", 0, Zeb::PidLutEntry::FIELD<"PID">.at.max()};
 inline constexpr NumberField PIDIDX{"pididx", "a list number", Zeb::O_PID_MAP.firstRow, Zeb::O_PID_MAP.rows - 1};
 // The last filter stands for none.
 inline constexpr NumberField FILTER{"filter", "a filter", 0, Zeb::FILTER_TABLE.rows - 2};
 inline constexpr NumberField CPU{"cpu", "a filter, or 255 for all packets", 0, Zeb::FILTER_TABLE.rows - 1};
-inline constexpr NumberField UDP_PORT{"port", "a UDP port", 0, Zeb::IpInFields::UDP_PORT.max()};
+inline constexpr NumberField UDP_PORT{"port", "a UDP port", 0, Zeb::IpInEntry::FIELD<"UDP_PORT">.at.max()};
 inline constexpr NumberField COUNT{"count", "a number of packets", 1, Filter::WHOLE_UNIT - 1};
 inline constexpr NumberField COUNT_OR_UNIT{"count", "a number of packets, or 255 for a whole payload unit", 1,
                                            Filter::WHOLE_UNIT};

@@ -1,13 +1,8 @@
 #include <osl/userspace_drivers/drivers/zeb/ts/diag/fpga_diag.h>
-#include <osl/userspace_drivers/drivers/zeb/ts/filtertabentry.h>
-#include <osl/userspace_drivers/drivers/zeb/ts/ipinentry.h>
-#include <osl/userspace_drivers/drivers/zeb/ts/ipoutentry.h>
-#include <osl/userspace_drivers/drivers/zeb/ts/physinentry.h>
-#include <osl/userspace_drivers/drivers/zeb/ts/physoutentry.h>
-#include <osl/userspace_drivers/drivers/zeb/ts/pidlutentry.h>
-#include <osl/userspace_drivers/drivers/zeb/ts/pidmapentry.h>
-#include <osl/userspace_drivers/drivers/zeb/ts/tablebank.h>
-#include <osl/userspace_drivers/drivers/zeb/ts/tsimapentry.h>
+#include <osl/userspace_drivers/drivers/zeb/ts/diag/iplut_diag.h>
+#include <osl/userspace_drivers/drivers/zeb/ts/diag/pidlut_diag.h>
+#include <osl/userspace_drivers/drivers/zeb/ts/fieldentry.h>
+#include <osl/userspace_drivers/drivers/zeb/ts/tablelayout.h>
 #include <osl/zeb_routing/tables.h>
 
 #include <algorithm>
@@ -34,31 +29,20 @@ std::size_t firstWord(const TableLayout& table)
     return first; // the FILTER TABLE, behind what is in an image
 }
 
-template <class Entry>
-void fillWithStuffing(Tables& tables, const TableLayout& table)
-{
-    const Entry stuffing;
-    for (uint32_t row = 0; row < table.rows; ++row)
-        tables.setRow(table, row, stuffing.getWords());
-}
-
 std::pair<bool, bool> activeBanks(Drivers::IMemIf& pidMemory, Drivers::IMemIf& ioMemory)
 {
-    return {Zeb::activeBank(pidMemory, Zeb::PID_LUT), Zeb::activeBank(ioMemory, Zeb::IP_LUT)};
+    return {Zeb::getActivePidLutBank(pidMemory), Zeb::getActiveIpLutBank(ioMemory)};
 }
 
 } // namespace
 
 Tables::Tables() : m_Words(Zeb::TOT_WORDS + Zeb::FILTER_TABLE.words())
 {
-    fillWithStuffing<Zeb::PhysInEntry>(*this, Zeb::PHYS_IN_MAP);
-    fillWithStuffing<Zeb::IpInEntry>(*this, Zeb::IP_LUT);
-    fillWithStuffing<Zeb::TsiMapEntry>(*this, Zeb::TSI_MAP);
-    fillWithStuffing<Zeb::PidLutEntry>(*this, Zeb::PID_LUT);
-    fillWithStuffing<Zeb::PidMapEntry>(*this, Zeb::O_PID_MAP);
-    fillWithStuffing<Zeb::PhysOutEntry>(*this, Zeb::PHYS_OUT_MAP);
-    fillWithStuffing<Zeb::IpOutEntry>(*this, Zeb::IP_OUT_MAP);
-    fillWithStuffing<Zeb::FilterTabEntry>(*this, Zeb::FILTER_TABLE);
+    for (const TableLayout* table : Zeb::ROUTING_TABLES) {
+        const Zeb::FieldEntry unused(*table);
+        for (uint32_t row = 0; row < table->rows; ++row)
+            setRow(*table, row, unused.getWords());
+    }
 }
 
 Tables::Tables(std::vector<uint32_t> words, bool hasFilters) : m_Words(std::move(words)), m_HasFilters(hasFilters)

@@ -60,7 +60,7 @@ private:
     {
         m_Trace.by = "pidlut";
         const Words words = m_Source.tables.row(PID_LUT, row);
-        const bool toCpu = PidLutFields::CPU_ROUTE.get(words) != 0;
+        const bool toCpu = PidLutEntry::FIELD<"CPU_ROUTE">.at.get(words) != 0;
         note("PID LUT: row {}{}{}{}", row, isOutRoute(words) ? fmt::format(", PIDIDX {}", listOf(words)) : "",
              toCpu ? ", to the processor" : "", !toCpu && !isOutRoute(words) ? ", which routes nowhere" : "");
         m_Trace.dropped = fmt::format("row {} of the PID LUT routes nowhere", row);
@@ -118,7 +118,7 @@ private:
 
     void reachCpu(uint8_t filter)
     {
-        const uint32_t count = FilterTabFields::PACKET_COUNT.get(m_Source.tables.row(FILTER_TABLE, filter));
+        const uint32_t count = FilterTabEntry::FIELD<"PACKET_COUNT">.at.get(m_Source.tables.row(FILTER_TABLE, filter));
         if (filter == Destination::NO_FILTER)
             note("processor: all packets");
         else if (!m_Source.tables.hasFilters())
