@@ -10,7 +10,7 @@ namespace Osl::ZebRouting {
 using Drivers::Zeb::O_PID_MAP;
 using Drivers::Zeb::PidMapEntry;
 
-ListMap::ListMap(const Tables& tables) : m_Words(tables.words(O_PID_MAP)), m_Destinations(ROWS)
+ListMap::ListMap(const Tables& tables) : ListChains(tables), m_Destinations(ROWS)
 {
     std::bitset<ROWS> known;
     known.set(0); // ends every chain
@@ -31,19 +31,19 @@ ListMap::ListMap(const Tables& tables) : m_Words(tables.words(O_PID_MAP)), m_Des
     }
 }
 
-std::span<const uint32_t> ListMap::row(uint16_t row) const
+std::span<const uint32_t> ListChains::row(uint16_t row) const
 {
     return m_Words.subspan(std::size_t{row} * O_PID_MAP.wordsPerRow, O_PID_MAP.wordsPerRow);
 }
 
-bool ListMap::isEnabled(uint16_t row) const { return PidMapEntry::FIELD<"ENABLED">.at.get(this->row(row)) != 0; }
+bool ListChains::isEnabled(uint16_t row) const { return PidMapEntry::FIELD<"ENABLED">.at.get(this->row(row)) != 0; }
 
-uint16_t ListMap::next(uint16_t row) const
+uint16_t ListChains::next(uint16_t row) const
 {
     return static_cast<uint16_t>(PidMapEntry::FIELD<"NEXT_PIDidx">.at.get(this->row(row)));
 }
 
-Destination ListMap::destination(uint16_t row) const
+Destination ListChains::destination(uint16_t row) const
 {
     const auto words = this->row(row);
     const auto tso = static_cast<uint8_t>(PidMapEntry::FIELD<"TSOidx">.at.get(words));
@@ -52,18 +52,19 @@ Destination ListMap::destination(uint16_t row) const
                : Destination::output(tso);
 }
 
-std::vector<uint16_t> ListMap::rowsFrom(uint16_t pidIdx) const
+std::vector<uint16_t> ListChains::rowsFrom(uint16_t pidIdx) const
 {
     std::vector<uint16_t> rows;
     std::bitset<ROWS> seen;
-    for (uint16_t row = m_FirstEnabled[pidIdx]; row != 0 && !seen[row]; row = successor(row)) {
+    for (uint16_t row = pidIdx; row != 0 && !seen[row]; row = next(row)) {
         seen.set(row);
-        rows.push_back(row);
+        if (isEnabled(row))
+            rows.push_back(row);
     }
     return rows;
 }
 
-bool ListMap::loops(uint16_t pidIdx) const
+bool ListChains::loops(uint16_t pidIdx) const
 {
     std::bitset<ROWS> seen;
     for (; pidIdx != 0; pidIdx = next(pidIdx)) {

@@ -9,11 +9,12 @@
 
 namespace Osl::ZebRouting {
 
-/// The O-PID MAP as a set of chains; `tables` must outlive it. Any words are safe: chains end where they loop.
-class ListMap
+/// The rows of the O-PID MAP as they lead to one another; `tables` must outlive it. Any words are safe: chains end where
+/// they loop.
+class ListChains
 {
 public:
-    explicit ListMap(const Tables& tables);
+    explicit ListChains(const Tables& tables) : m_Words(tables.words(Drivers::Zeb::O_PID_MAP)) {}
 
     /// The rows from a PIDIDX on, disabled ones left out, each once.
     std::vector<uint16_t> rowsFrom(uint16_t pidIdx) const;
@@ -24,6 +25,21 @@ public:
     uint16_t next(uint16_t row) const; ///< 0: the end
     Destination destination(uint16_t row) const;
 
+protected:
+    static constexpr uint32_t ROWS = Drivers::Zeb::O_PID_MAP.rows;
+
+private:
+    std::span<const uint32_t> row(uint16_t row) const;
+
+    std::span<const uint32_t> m_Words;
+};
+
+/// The same, with what takes a look at all rows.
+class ListMap : public ListChains
+{
+public:
+    explicit ListMap(const Tables& tables);
+
     /// Where all rows from a PIDIDX on lead.
     const Destinations& destinations(uint16_t pidIdx);
 
@@ -31,12 +47,8 @@ public:
     std::vector<uint16_t> headsBeside(std::span<const uint16_t> entries) const;
 
 private:
-    static constexpr uint32_t ROWS = Drivers::Zeb::O_PID_MAP.rows;
-
-    std::span<const uint32_t> row(uint16_t row) const;
     uint16_t successor(uint16_t row) const { return m_FirstEnabled[next(row)]; }
 
-    std::span<const uint32_t> m_Words;
     std::array<uint16_t, ROWS> m_FirstEnabled{}; ///< at or behind the row; 0: none
     std::vector<Destinations> m_Destinations;    ///< by first enabled row, as far as they were asked for
 };

@@ -97,7 +97,7 @@ private:
 
     void followList(uint16_t pidIdx)
     {
-        const ListMap lists(m_Source.tables);
+        const ListChains lists(m_Source.tables);
         const std::vector<uint16_t> rows = lists.rowsFrom(pidIdx);
         for (const uint16_t row : rows) {
             const Destination to = lists.destination(row);

@@ -79,8 +79,8 @@ TEST(SpiCmdsTest, ErrorsNameDeviceOperationOffsetAndWidth)
     EXPECT_THAT(refusal("spiread -s max5868 -w 16 -o 3 -d /dev/nix"),
                 StartsWith("SPI Error: /dev/nix: max5868: read of 16 bits at offset 3: open failed. Errno: (2 - "));
     EXPECT_THAT(refusal("spiread -s fpga -w 24 -o 9 -d /dev/nix"),
-                StartsWith("SPI Error: /dev/nix: fpga: access of 24 bits at offset 9 refused: the width is none of 8, "
-                           "16, 32("));
+                StartsWith("SPI Error: /dev/nix: fpga: access of 24 bits at offset 9 refused: the width must be 8, "
+                           "16 or 32("));
     EXPECT_THAT(refusal("spiwrite -s max5868 -o 4 -v 1,256 -d /dev/nix"),
                 StartsWith("SPI Error: /dev/nix: max5868: write of 8 bits at offset 4 refused: 256 (0x100) is not a 8 "
                            "bit value("));
@@ -89,20 +89,20 @@ TEST(SpiCmdsTest, ErrorsNameDeviceOperationOffsetAndWidth)
 TEST(SpiCmdsTest, WhatDoesNotFitIsRefused)
 {
     for (const auto& [line, text] : {
-             Case{"spiread -s max2870", "\"slave\": \"max2870\" is none of: fpga, max2871, max5868, raw"},
-             {"spiread -s fpga --speed 0", "speed: a clock of 0 Hz"},
+             Case{"spiread -s max2870", "\"slave\": \"max2870\" is not one of fpga, max2871, max5868, raw"},
+             {"spiread -s fpga --speed 0", "speed: must be above 0 Hz"},
              {"spiread -s max2871 --speed 20000001", "speed: 20000001 Hz is above the 20000000 Hz"},
-             {"spiread -s max2871 --mode 3", "mode: the part takes words in mode 0 only"},
-             {"spiread -s raw --mode 0x100", "mode: 0x100 has other bits than 0xff"},
+             {"spiread -s max2871 --mode 3", "mode: the part works in mode 0 only"},
+             {"spiread -s raw --mode 0x100", "mode: 0x100 has bits other than 0xff"},
              {"spiread -s max2871 --addr_bits 8", "\"addr_bits\" does not apply to this slave"},
              {"spiread -s fpga --r6_mode 0", "\"r6_mode\" does not apply to this slave"},
              {"spiwrite -s max5868 -v 1 --startup", "\"startup\" does not apply to this slave"},
              // framings
-             {"spiread -s fpga --byte_order Big", "\"byte_order\": \"Big\" is none of: big, little"},
-             {"spiread -s max5868 --addr_bits 8", "8 address bits behind a code of 1 bits"},
+             {"spiread -s fpga --byte_order Big", "\"byte_order\": \"Big\" is not one of big, little"},
+             {"spiread -s max5868 --addr_bits 8", "8 address bits after a code of 1 bits"},
              {"spiread -s max5868 --addr_bits 39", "at most 32"},
              {"spiread -s max5868 --addr_bits 0xFFFFFFFF", "at most 32"},
-             {"spiread -s max5868 --data_bits 24 -w 8", "registers of 24 bits are not known"},
+             {"spiread -s max5868 --data_bits 24 -w 8", "registers of 24 bits: expected 8, 16 or 32"},
              {"spiread -s max5868 --dummy_bytes 17", "17 dummy bytes are not in 0..16"},
              {"spiread -s max5868 --read_code 2", "must differ and fit 1 bits"},
              {"spiread -s max5868 --read_code 0", "must differ"},
@@ -113,15 +113,15 @@ TEST(SpiCmdsTest, WhatDoesNotFitIsRefused)
              {"spiread -s max5868 -w 32 -o 0x40000000", "pass the end"},
              {"spiread -s max5868 -c 0xFFFFFFFF", "pass the end"},
              // the synthesiser
-             {"spiread -s max2871 --r6_readback yes", "\"yes\" is none of: none, no_cs, cs_low"},
+             {"spiread -s max2871 --r6_readback yes", "\"yes\" is not one of none, no_cs, cs_low"},
              {"spiread -s max2871 --r6_mode 2", "r6_mode: 2 is not in 0..1"},
              {"spiread -s max2871 --mux_r2 2", "mux_r2 and mux_r5 belong together"},
              {"spiread -s max2871 -o 6 --mux_r2 5 --mux_r5 2", "addresses register 5, not 2"},
              {"spiread -s max2871 -o 6", "can disturb a running part"},
              {"spiread -s max2871 -o 6 --r6_readback cs_low --r6_mode 1", "only the rising edge (mode 0) is safe"},
              {"spiread -s max2871 -o 5 --r6_readback cs_low", "register 5 is write-only"},
-             {"spiread -s max2871 -o 6 -c 2 --r6_readback cs_low", "no register behind 6"},
-             {"spiread -s max2871 -o 7 --r6_readback cs_low", "no register behind 6"},
+             {"spiread -s max2871 -o 6 -c 2 --r6_readback cs_low", "no register above 6"},
+             {"spiread -s max2871 -o 7 --r6_readback cs_low", "no register above 6"},
              {"spiread -s max2871 -w 8 -o 6 --r6_readback cs_low", "read of 8 bits at offset 6 refused"},
              {"spiwrite -s max2871", "the option \"data\" is missing"},
              {"spiwrite -s max2871 -o 6 -v 6", "write of 32 bits at offset 6 refused: register 6 is read-only"},
@@ -145,7 +145,7 @@ TEST(SpiCmdsTest, WhatDoesNotFitIsRefused)
              {"spiwrite -s max2871 -o 1 -v 1 -r", "register 1 is write-only"},
              // raw
              {"spiwrite -s raw -o 1 -v 1", "no addresses, only offset 0"},
-             {"spiread -s raw -w 16", "raw transfers are of bytes"},
+             {"spiread -s raw -w 16", "raw transfers are in bytes"},
              {"spiread -s raw -c 0xffffffff", "4294967295 bytes do not fit one message"},
          })
         EXPECT_THAT(refusal(std::string(line) + " -d /dev/nix --dry_run"), HasSubstr(text)) << line;
