@@ -11,7 +11,7 @@ from pathlib import Path
 import pexpect
 import pytest
 
-from harness.board import BUILD, IPLUT, LAUNCHER, MODEL, PIDLUT, PKTIO, REPO, SCM, SIZES, SPI, TIMEOUT, TOOL
+from harness.board import BUILD, IPLUT, LAUNCHER, MODEL, PIDLUT, PKTIO, REPO, ROUTE, SCM, SIZES, SPI, TIMEOUT, TOOL
 from harness.board import environment, run_bare, wait_until
 from harness.tables import Model
 
@@ -41,7 +41,7 @@ def test_reset_state(board):
 
 
 def test_installed_launcher_finds_its_parts(tmp_path):
-    parts = {"sbin": [TOOL], "libexec/zeb-virtual-board": [MODEL, SPI]}
+    parts = {"sbin": [TOOL, ROUTE], "libexec/zeb-virtual-board": [MODEL, SPI]}
     for folder, programs in parts.items():
         (tmp_path / folder).mkdir(parents=True)
         for program in programs:
@@ -239,7 +239,7 @@ def test_unprivileged_user():
     folder = Path(tempfile.mkdtemp())
     try:
         folder.chmod(0o755)
-        for source in [LAUNCHER, TOOL, MODEL, SPI]:
+        for source in [LAUNCHER, TOOL, ROUTE, MODEL, SPI]:
             copy = folder / (source.relative_to(REPO) if source == LAUNCHER else "build/dev" / source.relative_to(BUILD))
             copy.parent.mkdir(parents=True, exist_ok=True)
             shutil.copy(source, copy)

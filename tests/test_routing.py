@@ -155,7 +155,7 @@ def test_paced_feed_loops_without_a_seam(tmp_path):
         ("tuner0={tmp}/none.ts", "Cannot open {tmp}/none.ts: No such file or directory"),
         ("tuner0={tmp}/text", "{tmp}/text cannot be fed: TS streaming read error: The input is not a transport stream"),
         ("tuner0={tmp}/empty", "{tmp}/empty"),
-        ("tuner22={tmp}/text", "there is no input \"tuner22\"; there are cam0, cam1, "),
+        ("tuner22={tmp}/text", "unknown input \"tuner22\"; expected one of cam0, cam1, "),
         ("scm0={tmp}/text --feed scm0={tmp}/text", "scm0 is fed already"),
     ],
 )

@@ -74,10 +74,11 @@ def test_fpga_port_registers(chip):
     ]
     assert fpga.words()[-2:] == [0xDEADBEEF, 2]
     refused = fpga.refusal("spiwrite", "-v", "1")
-    assert refused.startswith("/dev/spidev0.0: fpga: write of 32 bits at offset 0 refused: nobody has verified")
+    unverified = "refused: how this slave's registers are written has not been verified"
+    assert refused.startswith(f"/dev/spidev0.0: fpga: write of 32 bits at offset 0 {unverified}")
     result = fpga.command("spiread", "-c", "0")
     assert (result.status, result.out) == (0, "\n")
-    assert "warning: /dev/spidev0.0: fpga: nobody has verified" in result.err
+    assert "warning: /dev/spidev0.0: fpga: how this slave's registers are read has not been verified" in result.err
     values = [str(i * 0x01000193 % 2**32) for i in range(2500)]
     fpga.good("spiwrite", "-v", ",".join(values), "--burst", "--force")
     assert fpga.words()[:2501] == [int(value) for value in values] + [0]
