@@ -22,7 +22,7 @@ CONTENTS = {"old": b"old", "packets": TS, "389 records": RECORDS[: 389 * 192]}
         ("-f ''", "Cannot open : No such file or directory (errno 2)", "old"),
         ("-f /dev/full", "/dev/full: No space left on device (errno 28) (packets taken: 1, written: 0)", "old"),
         ("-f /dev/stdout >/dev/full", "Cannot write standard output: No space left on device (errno 28)", "old"),
-        ("-c 390 >/dev/full", "Could not write all of the output", "old"),
+        ("-c 390 >/dev/full", "Could not write all of the output: No space left on device", "old"),
         ("-p 8192 -f {f}", "Out of Range Error: --pid: 8192 is not in 0..8191", "old"),
     ],
 )

@@ -216,8 +216,8 @@ def test_device_that_faults_under_an_access(tmp_path):
     )
 
 
-NOT_WRITTEN = "Encountered an error: IOErrorr: Could not write all of the output\n"
-NOT_WRITTEN_SHELL = "Shell application failed with unexpected exception:\nShell Error: The output could not be written."
+NOT_WRITTEN = "Encountered an error: IOErrorr: Could not write all of the output: {}\n"
+NOT_WRITTEN_SHELL = "Shell application failed with unexpected exception:\nShell Error: The output could not be written: {}."
 
 
 @pytest.mark.parametrize(
@@ -226,9 +226,9 @@ NOT_WRITTEN_SHELL = "Shell application failed with unexpected exception:\nShell 
 @pytest.mark.parametrize("command", ["read32 -d router", "write32 -d router -v 7 -r", "list"])
 def test_output_that_cannot_be_written_is_a_failure(board, command, redirection, reason):
     result = board.sh(f"zeb_fpga_shell {command} {redirection}")
-    assert (result.status, without_places(result.err)) == (255, NOT_WRITTEN)
+    assert (result.status, without_places(result.err)) == (255, NOT_WRITTEN.format(reason))
     result = board.sh(f"zeb_fpga_shell -I {redirection}", input="exit\n")
-    assert (result.status, without_places(result.err)) == (255, NOT_WRITTEN_SHELL)
+    assert (result.status, without_places(result.err)) == (255, NOT_WRITTEN_SHELL.format(reason))
 
 
 def test_closed_standard_streams_never_become_the_device(board):

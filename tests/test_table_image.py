@@ -62,7 +62,12 @@ def test_export_and_import_bring_every_table_back(routed, tmp_path, control):
 
 def test_default_file_pipes_and_standard_output(routed, tmp_path):
     expected = image_of(routed)
-    script = f"cd {tmp_path} && {TOOL} exptabs && {TOOL} exptabs -f /dev/stdout | cmp - zeb_fpga_tables.bin"
+    script = f"""
+    cd {tmp_path}; mkfifo pipe
+    {TOOL} exptabs && {TOOL} exptabs -f /dev/stdout | cmp - zeb_fpga_tables.bin
+    {{ printf head; {TOOL} exptabs -f /dev/stdout; printf tail; }} >behind
+    {TOOL} exptabs -f pipe & {TOOL} imptabs -f pipe && wait $!
+    """
     assert routed.sh(script) == (0, "", "")
     assert (tmp_path / "zeb_fpga_tables.bin").read_bytes() == expected
     assert (tmp_path / "behind").read_bytes() == b"head" + expected + b"tail"
