@@ -33,7 +33,7 @@ WAITS = [  # what comes before, the command, its message
     ("", "-I <&3", "Could not read standard input: Operation canceled"),
     (READ, "-I <$T/lines >&3", "The output could not be written: Operation canceled."),
 ]
-ATTRIBUTES = [  # the command, the attribute in whose place there is a pipe, the message
+ATTRIBUTES = [  # the command, the attribute in whose place there is a pipe, the message; clrcammon finds it full
     ("rmcnotlut", f"{NIC}/mcnotlut_size", "Cannot read sysfs entry: "),
     ("wrmcnotlut -m 239.0.0.1", f"{NIC}/mcnotlut", "Cannot read sysfs entry: "),
     ("rcammon -S 0", "sys/class/zebdvbci/ci_slot0:0/mon_pktcntrs", "Cannot read sysfs entry: "),
@@ -56,7 +56,8 @@ def test_ctrl_c_ends_a_wait(board, start, command, message):
 def test_ctrl_c_ends_the_wait_for_an_attribute(board, command, attribute, message):
     board.path(attribute).unlink()
     os.mkfifo(board.path(attribute))
-    result = board.sh(INTERRUPT.format(start="", command=f"{TOOL} {command}"))
+    start = f"exec 4<>/{attribute}; head -c 65536 /dev/zero >&4;" if command.startswith("clr") else ""
+    result = board.sh(INTERRUPT.format(start=start, command=f"{TOOL} {command}"))
     assert result.status == 255
     assert message in result.err and f"/{attribute}" in result.err
 
@@ -92,31 +93,35 @@ def test_keys_are_asked_for_and_not_shown(terminal):
     session.expect(pexpect.EOF)
 
 
-# Stops the tool at its prompt, lets it go on, and ends it; tells the modes of the terminal in between.
+# Stops the tool at its prompt, goes on with it as a job of the shell, and ends it; tells the modes of the terminal.
 END_PROMPT = """
-T=$(mktemp -d); trap 'rm -r $T' EXIT; exec 9<&0
-modes() {{ stty -a <&9 | grep -oE -- ' -?(icanon|echo)\\b' | tr -d '\\n'; echo; }}
-is() {{ [[ $(</proc/$(<$T/pid)/stat) == *") $1 "* ]]; }}
-{{
-    until grep -qs . $T/pid && is S && [[ $(modes) == *-echo* ]]; do :; done
-    kill -TSTP $(<$T/pid); until is T; do :; done; echo stopped$(modes)
-    kill -CONT $(<$T/pid); until is S && [[ $(modes) == *-echo* ]]; do :; done
-    kill -{name} $(<$T/pid)
-}} &
-bash -c "echo \\$\\$ >$T/pid; exec {tool}" 2>/dev/null; echo status $?$(modes)
+T=$(mktemp -d); trap 'rm -r $T' EXIT; exec 9<&0; stty echo; set -m
+modes() {{ stty -a <&9 | grep -oE -- ' -?(icanon|echo)\\b' | tr -d '\n'; echo; }}
+at_prompt() {{
+    until grep -qs . $T/pid && [[ $(</proc/$(<$T/pid)/stat) == *') S '* && $(modes) == *-echo* ]]; do :; done
+    kill -$1 $(<$T/pid)
+}}
+at_prompt TSTP & bash -c "echo \\$\\$ >$T/pid; exec {tool}" 2>/dev/null; echo stopped$(modes)
+{then}; echo status $?$(modes)
 """
+GO_ON = "at_prompt {} & fg"
 
 
 @pytest.mark.parametrize("command", ["wrscmkeys -o -", "-I"])
-@pytest.mark.parametrize("name", ["QUIT", "TERM", "HUP"])
-def test_terminal_is_usable_whatever_ends_a_prompt(terminal, command, name):
-    session = terminal("bash", "-c", END_PROMPT.format(tool=f"{TOOL} {command}", name=name))
+@pytest.mark.parametrize(
+    "then, status",
+    [(GO_ON.format(name), 128 + getattr(signal, f"SIG{name}")) for name in ("QUIT", "TERM", "HUP")]
+    + [("kill %%; while [[ -e /proc/$(<$T/pid) ]]; do :; done", 0)],
+    ids=["QUIT", "TERM", "HUP", "killed while stopped"],
+)
+def test_terminal_is_usable_whatever_ends_a_prompt(terminal, command, then, status):
+    session = terminal("bash", "-c", END_PROMPT.format(tool=f"{TOOL} {command}", then=then))
     session.expect_exact("stopped icanon echo\r\n")
-    session.expect_exact(f"status {128 + getattr(signal, f'SIG{name}')} icanon echo\r\n")
+    session.expect_exact(f"status {status} icanon echo\r\n")
 
 
 def test_ctrl_c_at_the_prompt_for_a_key(terminal):
-    session = terminal("bash", "-c", f"trap : INT; {TOOL} wrscmkeys -e - -o -; echo status $?; stty -a")
+    session = terminal("bash", "-c", f"trap : INT; stty echo; {TOOL} wrscmkeys -e - -o -; echo status $?; stty -a")
     session.expect_exact("Even key, 32 hexadecimal digits (not shown): ")
     session.send(KEY + "\n")
     session.expect_exact("Odd key, 32 hexadecimal digits (not shown): ")

@@ -20,7 +20,8 @@ std::array<struct sigaction, SIGNALS.size()> g_Before = {};
 void onSignal(int number)
 {
     const int error = errno;
-    ::tcsetattr(STDIN_FILENO, TCSANOW, &g_Outside);
+    if (::tcgetpgrp(STDIN_FILENO) == ::getpgrp()) // else another program has it, and to set its modes would be a stop
+        ::tcsetattr(STDIN_FILENO, TCSANOW, &g_Outside);
     struct sigaction ours = {};
     struct sigaction usual = {};
     usual.sa_handler = SIG_DFL;
