@@ -3,6 +3,7 @@
 
 #include <osl/zeb_routing/graph.h>
 
+#include <array>
 #include <map>
 #include <set>
 #include <string>
@@ -82,8 +83,10 @@ private:
             tsis[input.tsi].push_back(inputName(input.from));
         for (const Route& route : m_Routing.routes)
             tsis[route.packets.tsi];
+        m_Lines.add("  {{ rank=source;");
         for (const auto& [tsi, names] : tsis)
             m_Lines.add("  tsi{} [label=\"{{{}|TSI {}}}\"{}];", tsi, labelOf(names, "no input"), tsi, faded(names));
+        m_Lines.add("  }}");
     }
 
     void drawLists()
@@ -104,15 +107,18 @@ private:
                 tsos[route.to.tso()];
         for (const List& list : m_Routing.lists)
             tsos[list.to.tso()];
+        m_Lines.add("  {{ rank=sink;"); // in one column, also those that nothing leads to
         for (const auto& [tso, names] : tsos)
             m_Lines.add("  tso{} [label=\"{{TSO {}|{}}}\"{}];", tso, tso, labelOf(names, "no output"), faded(names));
+        m_Lines.add("  }}");
     }
 
     void drawEdges()
     {
         struct Edge
         {
-            std::string from, to;
+            uint8_t tsi;
+            std::string to;
             auto operator<=>(const Edge&) const = default;
         };
         std::map<Edge, PidLabel> edges;
@@ -122,14 +128,15 @@ private:
             toCpu = toCpu || to.isCpu();
             dropped = dropped || to.isDrop();
             const auto newPid = to.isOutput() ? to.newPid() : std::nullopt;
-            edges[{fmt::format("tsi{}", packets.tsi), nodeOf(to)}].add(packets.pid, newPid);
+            edges[{packets.tsi, nodeOf(to)}].add(packets.pid, newPid);
         }
         if (toCpu)
-            m_Lines.add("  cpu [label=\"processor\", style=rounded];");
+            m_Lines.add("  {{ rank=sink; cpu [label=\"processor\", style=rounded]; }}");
         if (dropped)
-            m_Lines.add("  drop [label=\"dropped\", style=dashed];");
+            m_Lines.add("  {{ rank=sink; drop [label=\"dropped\", style=dashed]; }}");
         for (auto& [edge, label] : edges)
-            m_Lines.add("  {} -> {} [label=\"{}\"];", edge.from, edge.to, label.text());
+            m_Lines.add("  tsi{} -> {} [label=\"{}\", color=\"{}\", fontcolor=\"{}\"];", edge.tsi, edge.to,
+                        label.text(), colourOf(edge.tsi), colourOf(edge.tsi));
         for (const auto& [pidIdx, to] : m_Routing.lists) {
             const auto newPid = to.newPid();
             m_Lines.add("  list{} -> tso{} [label=\"{}\"];", pidIdx, to.tso(),
@@ -144,6 +151,13 @@ private:
     static std::string labelOf(const Names& names, std::string_view none)
     {
         return names.empty() ? std::string(none) : fmt::format("{}", fmt::join(names, "\\n"));
+    }
+    /// By which the eye follows the edges of neighbouring TSIs where they cross; all can be read on white.
+    static std::string_view colourOf(uint8_t tsi)
+    {
+        static constexpr std::array<std::string_view, 8> COLOURS{"#1f4e9c", "#b03a2e", "#1e7b45", "#7d3c98",
+                                                                 "#a04000", "#117a8b", "#5d4037", "#37474f"};
+        return COLOURS[tsi % COLOURS.size()];
     }
     static std::string_view faded(const Names& names) { return names.empty() ? ", color=gray, fontcolor=gray" : ""; }
 
