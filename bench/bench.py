@@ -26,6 +26,7 @@ class Comparison(NamedTuple):
     goal: Optional[float]  # None: told, not judged
     in_ms: bool = False  # the goal is a difference in milliseconds, not a ratio
     on_board: bool = True  # both run on a board that is there already
+    differs: bool = False  # ends with a status of its own, since there is a difference
 
 
 def crc32_mpeg2(data):
@@ -37,23 +38,28 @@ def crc32_mpeg2(data):
     return crc
 
 
-def full_tables():
-    """A table image: 2048 rows in the PID LUT, all other tables as after a reset."""
+def full_tables(first_tso=0):
+    """A table image: 2048 rows in the PID LUT, each with a list of two rows in the full O-PID MAP, all other tables as
+    after a reset."""
     words = 64 * [0xFF] + 256 * [0, 0x00FFFFFF] + 256 * [0xFFF]
     for row in range(2048):
-        words += [row // 256 << 13 | 0x100 + row % 256, 0xFF002007]
-    words += 4096 * [0x1FFFFF, 0] + 256 * [0xFF] + 256 * [0, 0, 0, 0xFFFF]
+        words += [row // 256 << 13 | 0x100 + row % 256, 0xFF001000 | 1 + 2 * (row % 2047)]
+    words += [0x1FFFFF, 0]
+    for row in range(1, 4096):
+        words += [1 << 22 | (first_tso + row % 2) % 256, row + 1 if row % 2 == 1 and row < 4095 else 0]
+    words += 256 * [0xFF] + 256 * [0, 0, 0, 0xFFFF]
     image = struct.pack("<14400I", *words)
     return image + struct.pack("<I", crc32_mpeg2(image))
 
 
 def compare(row, launcher, image):
     prefix = [launcher, *ON_BOARD, image] if row.on_board else []
-    command = [image if word == "IMAGE" else f"{image}.copy" if word == "COPY" else word for word in row.subject]
+    files = {"IMAGE": image, "COPY": f"{image}.copy", "OTHER": f"{image}.other"}
+    command = [files.get(word, word) for word in row.subject]
     subject, peer = [], []
     # By turns, so that a busy machine slows both.
     for _ in range(ROUNDS):
-        subject += times_of(command, 200 if row.on_board else 40, prefix)
+        subject += times_of(command, 200 if row.on_board else 40, prefix, row.differs)
         peer += times_of(row.peer, 200 if row.on_board else 40, prefix)
     ours, theirs = statistics.median(subject) * 1000, statistics.median(peer) * 1000
     fastest = f"{min(subject) * 1000:.2f} to {min(peer) * 1000:.2f} ms"
@@ -69,7 +75,7 @@ def compare(row, launcher, image):
 def size(tool, goal):
     size = tool.stat().st_size
     return {
-        "name": "size of the tool, static and stripped",
+        "name": f"size of {tool.name}, static and stripped",
         "measured": size / 1e6,
         "unit": "MB",
         "goal": goal,
@@ -80,7 +86,7 @@ def size(tool, goal):
 def main():
     launcher, build, result_file = sys.argv[1:]
     tool = Path(build) / "util" / "fpga_shell" / "zeb_fpga_shell"
-    name = tool.name  # in PATH on a board
+    name, route = tool.name, "zeb_route"  # in PATH on a board
     comparisons = [
         Comparison("one word: read32 -d router", [name, "read32", "-d", "router"], ["busybox", "devmem", "0", "32"], 1.2),
         Comparison("2048 lines: rpidlut -a -s", [name, "rpidlut", "-a", "-s"], [name, "list"], 3.0),
@@ -89,6 +95,9 @@ def main():
         # Waits for the disk, whatever that is, before the file takes its place.
         Comparison("exptabs, to disk", [name, "exptabs", "-f", "COPY"], [name, "list"], None),
         Comparison("imptabs", [name, "imptabs", "-f", "IMAGE"], [name, "list"], 2.0),
+        Comparison("start of zeb_route", [route, "--version"], [name, "list"], 1.3),
+        Comparison("full tables: zeb_route show", [route, "show"], [route, "--version"], 5.0),
+        Comparison("two full images: zeb_route diff", [route, "diff", "IMAGE", "OTHER"], [route, "--version"], 10, in_ms=True, differs=True),
         Comparison(
             "a board and its first command",
             [launcher, "run", "--", name, "list"],
@@ -101,7 +110,8 @@ def main():
     with tempfile.TemporaryDirectory() as folder:
         image = Path(folder) / "tables.bin"
         image.write_bytes(full_tables())
-        results = [compare(row, launcher, str(image)) for row in comparisons] + [size(tool, 2.5)]
+        Path(f"{image}.other").write_bytes(full_tables(first_tso=7))
+        results = [compare(row, launcher, str(image)) for row in comparisons] + [size(tool, 2.5), size(Path(build) / "util" / route / route, 2.5)]
     results += streaming.measure(tool, Path(build) / "bench" / "repack_loop")
 
     print(f"{'':42} {'measured':>16} {'goal':>18}")
