@@ -9,6 +9,7 @@ import pytest
 from harness.board import BUILD, TIMEOUT, TOOL, run_bare
 
 MANUAL = BUILD / "util" / "fpga_shell" / "reference" / "man8" / "zeb_fpga_shell.8"
+ROUTE_MANUAL = BUILD / "util" / "zeb_route" / "reference" / "man8" / "zeb_route.8"
 COMPLETION = BUILD / "util" / "fpga_shell" / "reference" / "completion.bash"
 OPTION = re.compile(r"^  (?:-(\w), |    )--(\w+)( arg)? +(.*)$")
 
@@ -44,8 +45,8 @@ def commands():
     return found
 
 
-def mandoc(*options):
-    return subprocess.run(["mandoc", *options, MANUAL], capture_output=True, text=True, timeout=TIMEOUT)
+def mandoc(*options, page=MANUAL):
+    return subprocess.run(["mandoc", *options, page], capture_output=True, text=True, timeout=TIMEOUT)
 
 
 def test_manual_says_of_each_command_what_its_help_says(commands):
@@ -62,8 +63,9 @@ def test_manual_says_of_each_command_what_its_help_says(commands):
         assert one_line(re.sub(values, " VALUE", text)) == expected, name
 
 
-def test_manual_is_well_formed():
-    checked = mandoc("-T", "lint", "-W", "warning")
+@pytest.mark.parametrize("page", [MANUAL, ROUTE_MANUAL], ids=lambda page: page.name)
+def test_manual_is_well_formed(page):
+    checked = mandoc("-T", "lint", "-W", "warning", page=page)
     assert (checked.returncode, checked.stdout) == (0, "")
 
 

@@ -5,6 +5,7 @@ import json
 import pytest
 
 from harness import ts
+from harness.board import BUILD
 
 EDITS = [
     "wriplut -t 9 -i 239.1.1.1 -p 1234",
@@ -166,3 +167,28 @@ def test_rates_name_what_they_measure_and_end_early_on_ctrl_c(routed, tmp_path):
     assert document["inputs"][0]["names"] == ["239.1.1.1:1234"]
     assert 'zeb_input_bits_per_second{tsi="4",names="tuner0"} 0' in lines
     assert lines[-2].startswith("output 5: ") and lines[-1] == "0"
+
+
+@pytest.mark.parametrize(
+    "line, words",
+    [
+        ("tr", ["trace"]),
+        ("show --", ["--json", "--rows", "--help"]),
+        ("trace 9", ["9:0x0100", "9:*"]),
+        ("trace 9:0x", ["0x0100"]),  # what stands before the colon is bash's other word
+        ("trace --to ", ["3", "4", "5"]),
+        ("trace 9:0x100 l", ["live", "list.txt"]),
+        ("diff li", ["live", "list.txt"]),
+        ("rates --interval ", []),
+    ],
+)
+def test_completion_offers_what_the_board_has(routed, tmp_path, line, words):
+    (tmp_path / "list.txt").touch()
+    script = f"""
+        cd {tmp_path}; set -f; . {BUILD}/util/zeb_route/reference/completion.bash
+        COMP_LINE='zeb_route {line}' COMP_POINT=${{#COMP_LINE}} COMP_WORDBREAKS=' :='
+        COMP_POINT=${{#COMP_LINE}}; read -ra COMP_WORDS <<<"$COMP_LINE"
+        [[ $COMP_LINE == *' ' ]] && COMP_WORDS+=('')
+        COMP_CWORD=$((${{#COMP_WORDS[@]}} - 1))
+        _zeb_route; printf '%s\n' "${{COMPREPLY[@]}}" """
+    assert routed.sh(script).out.split() == words
