@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <charconv>
@@ -21,6 +22,9 @@
 
 namespace Osl::LinuxCppUtil {
 namespace {
+
+/// Room for what comes next from a pipe, whose length nobody knows.
+constexpr std::size_t PIPE_PIECE = 65536;
 
 constexpr mode_t NEW_FILE_MODE = 0666; ///< less the umask
 constexpr const char* NO_READING = "Unable to open readable file";
@@ -250,10 +254,13 @@ std::vector<uint8_t> readWholeFile(const std::string& path, std::size_t limit)
         OSL_RAISE(CppUtil::FileSystemError,
                   fmt::format("{} \"{}\": neither a regular file nor a pipe", NO_READING, path));
 
-    std::vector<uint8_t> bytes(limit);
+    // One byte more than a regular file has tells its end without another round.
+    std::vector<uint8_t> bytes(std::min(limit, static_cast<std::size_t>(status.st_size) + 1));
     std::size_t filled = 0;
     while (filled < limit) {
-        const ssize_t got = Interruptible::read(*fd, bytes.data() + filled, limit - filled);
+        if (filled == bytes.size())
+            bytes.resize(std::min(limit, std::max(2 * filled, PIPE_PIECE)));
+        const ssize_t got = Interruptible::read(*fd, bytes.data() + filled, bytes.size() - filled);
         if (got == -1)
             raise("Unable to read file", path, errno);
         if (got == 0)

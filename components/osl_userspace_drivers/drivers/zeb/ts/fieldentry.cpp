@@ -1,3 +1,4 @@
+#include <osl/cpputils/assertion.h>
 #include <osl/userspace_drivers/drivers/drivererror.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/fieldentry.h>
 
@@ -15,6 +16,14 @@ void refuse(std::string_view refusal, std::string_view value)
 }
 
 FieldEntry::FieldEntry(const TableLayout& table) : SerilizeableEntry(table.wordsPerRow), m_Table(&table) { stuff(); }
+
+FieldEntry::FieldEntry(const TableLayout& table, std::vector<uint32_t> words)
+    : SerilizeableEntry(std::move(words)),
+      m_Table(&table)
+{
+    OSL_ASSERT(m_Words.size() == table.wordsPerRow);
+    FieldEntry::deserialize();
+}
 
 bool FieldEntry::deserialize()
 {

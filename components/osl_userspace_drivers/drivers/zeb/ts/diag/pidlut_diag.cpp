@@ -35,12 +35,12 @@ std::list<PidLutEntry> getPidLut(IMemIf& memory, uint32_t offset, uint32_t count
 PidLutEntries getPidLutEntries(IMemIf& memory)
 {
     PidLutEntries entries;
-    PidLutEntry entry;
     visitRows(memory, PID_LUT, {0, PID_LUT.rows, false, false}, routesNowhere,
-              [&](uint32_t, uint32_t, const std::vector<uint32_t>& words) {
-                  entry.setFromWords(words);
+              [&](uint32_t, uint32_t, std::vector<uint32_t>&& words) {
+                  const uint32_t tsiIdx = PidLutEntry::FIELD<"TSIIDX">.at.get(words);
+                  const uint32_t pid = PidLutEntry::FIELD<"PID">.at.get(words);
                   // The rows come in order: with the end as a hint each takes its place at once.
-                  entries.try_emplace(entries.end(), {entry.getTSIIDX(), entry.getPID()}, entry);
+                  entries.try_emplace(entries.end(), {tsiIdx, pid}, std::move(words));
               });
     return entries;
 }

@@ -53,6 +53,7 @@ public:
 
 protected:
     explicit SerilizeableEntry(std::size_t wordCount) : m_Words(wordCount) {}
+    explicit SerilizeableEntry(std::vector<Word> words) : m_Words(std::move(words)) {}
     // Copied, never moved: an entry that was moved from would have lost its words.
     SerilizeableEntry(const SerilizeableEntry&) = default;
     SerilizeableEntry& operator=(const SerilizeableEntry&) = default;

@@ -4,6 +4,7 @@
 #include <osl/userspace_drivers/interfaces/imemif.h>
 
 #include <cstdint>
+#include <iterator>
 #include <span>
 #include <vector>
 
@@ -51,6 +52,8 @@ std::vector<uint32_t> wordsOf(const Entries& entries)
     std::vector<uint32_t> words;
     for (const auto& entry : entries) {
         const auto& row = entry.getWords();
+        if (words.empty())
+            words.reserve(std::size(entries) * row.size());
         words.insert(words.end(), row.begin(), row.end());
     }
     return words;

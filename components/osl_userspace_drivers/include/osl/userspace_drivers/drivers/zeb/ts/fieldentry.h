@@ -9,6 +9,8 @@
 #include <string_view>
 #include <tuple>
 #include <type_traits>
+#include <utility>
+#include <vector>
 
 namespace Osl::Drivers::Zeb {
 
@@ -19,6 +21,8 @@ class FieldEntry : public Misc::SerilizeableEntry<uint32_t>
 public:
     /// A row that is not in use. `table` must outlive the row.
     explicit FieldEntry(const TableLayout& table);
+    /// The row that the hardware keeps in these words, as many as the table's rows have.
+    FieldEntry(const TableLayout& table, std::vector<uint32_t> words);
 
     void serialize() override {} // the words hold the fields at any time
     /// Any words are a valid row.
@@ -74,6 +78,7 @@ public:
 
     /// A row that is not in use.
     DeclaredEntry() : FieldEntry(TABLE) {}
+    explicit DeclaredEntry(std::vector<uint32_t> words) : FieldEntry(TABLE, std::move(words)) {}
 
     template <CppUtil::FixedText NAME>
     static constexpr const Field& FIELD = *TABLE.find(NAME.chars);

@@ -38,6 +38,7 @@ class PidLutEntry final : public DeclaredEntry<PID_LUT>
 {
 public:
     PidLutEntry() = default;
+    explicit PidLutEntry(std::vector<uint32_t> words) : DeclaredEntry(std::move(words)) {}
     PidLutEntry(uint32_t tsiIdx, uint32_t pid, uint32_t pidIdx, uint32_t filtTabIdx, bool outRoute, bool cpuRoute)
     {
         create<"TSIIDX", "PID", "PIDIDX", "FiltTabIDX", "OUT_ROUTE", "CPU_ROUTE">(tsiIdx, pid, pidIdx, filtTabIdx,

@@ -4,6 +4,8 @@
 #include <osl/userspace_drivers/interfaces/imemif.h>
 
 #include <cstdint>
+#include <utility>
+#include <vector>
 
 namespace Osl::Drivers::Zeb {
 
@@ -36,9 +38,9 @@ void checkRows(const TableLayout& table, const RowSelection& selection);
 /// First word of the selected rows; reads the control word of a table whose banks lie apart.
 uint32_t firstWord(IMemIf& memory, const TableLayout& table, const RowSelection& selection);
 
-/// Calls `visit(row, word offset, words)` for each selected row for which `isUnused(words)` is not true, or for each at
-/// all with `showAll`. Each is read with one block read. Raises InvalidArgumentError, before any access, for rows that
-/// the table does not have.
+/// Calls `visit(row, word offset, words)`, which may take the words away, for each selected row for which
+/// `isUnused(words)` is not true, or for each at all with `showAll`. Each is read with one block read. Raises
+/// InvalidArgumentError, before any access, for rows that the table does not have.
 template <class IsUnused, class Visit>
 void visitRows(IMemIf& memory, const TableLayout& table, const RowSelection& selection, const IsUnused& isUnused,
                const Visit& visit)
@@ -46,9 +48,9 @@ void visitRows(IMemIf& memory, const TableLayout& table, const RowSelection& sel
     checkRows(table, selection);
     uint32_t offset = firstWord(memory, table, selection);
     for (uint32_t i = 0; i < selection.count; ++i, offset += table.wordsPerRow) {
-        const std::vector<uint32_t> words = memory.readBlock32(offset, table.wordsPerRow);
+        std::vector<uint32_t> words = memory.readBlock32(offset, table.wordsPerRow);
         if (selection.showAll || !isUnused(words))
-            visit(selection.offset + i, offset, words);
+            visit(selection.offset + i, offset, std::move(words));
     }
 }
 
