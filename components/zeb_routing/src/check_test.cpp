@@ -83,9 +83,10 @@ TEST(GraphTest, OneEdgeForAllPidsOfAWay)
     const std::string graph =
         toGraph(parseText("input 1 tuner0\noutput 3 239.1.1.1:5 off\nroute 1:1 to 3\nroute 1:2 to 3\n"
                           "route 1:3 to 3:9 cpu\nroute 2:4 to drop\nlist 7 to 4:1\nroute 1:* to 3"));
-    for (const char* line : {R"(  tsi1 [label="{tuner0|TSI 1}"];)", R"(  tsi2 [label="{no input|TSI 2}", color)",
-                             R"(  tso3 [label="{TSO 3|239.1.1.1:5 (off)}"];)", R"(  tsi1 -> cpu [label="0x0003"];)",
-                             R"(  tsi1 -> tso3 [label="0x0001-0x0002, 0x0003 as 0x0009 and *"];)",
-                             R"(  tsi2 -> drop [label="0x0004"];)", R"(  list7 -> tso4 [label="as 0x0001"];)"})
+    for (const char* line :
+         {R"(  tsi1 [label="{tuner0|TSI 1}"];)", R"(  tsi2 [label="{no input|TSI 2}", color)",
+          R"(  tso3 [label="{TSO 3|239.1.1.1:5 (off)}"];)", R"(  tsi1 -> cpu [label="0x0003", color)",
+          R"(  tsi1 -> tso3 [label="0x0001-0x0002, 0x0003 as 0x0009 and *", color)",
+          R"(  tsi2 -> drop [label="0x0004", color)", R"(  list7 -> tso4 [label="as 0x0001"];)"})
         EXPECT_THAT(graph, HasSubstr(line));
 }

@@ -70,19 +70,19 @@ Exits traced(const Source& source, const Selector& packets)
     return exits;
 }
 
-/// Every (TSI, PID) that has a row, its neighbours, and for each TSI some that have none: all others are like these.
-std::set<Selector> packetsOfInterest(const Tables& tables, RandomRoutings& random)
+/// The (TSI, PID) of every `step`th row, its neighbours, and a few that have no row: all others are like these.
+std::set<Selector> packetsOfInterest(const Tables& tables, RandomRoutings& random, uint32_t step = 1)
 {
     std::set<Selector> packets;
-    for (uint32_t row = 0; row < Zeb::PID_LUT.rows; ++row) {
+    for (uint32_t row = 0; row < Zeb::PID_LUT.rows; row += step) {
         const uint32_t key = tables.row(Zeb::PID_LUT, row)[0];
         const auto tsi = static_cast<uint8_t>(key >> 13);
         for (const uint32_t pid : {key, key + 1, key - 1})
             packets.insert({tsi, static_cast<uint16_t>(pid % 8192)});
     }
-    for (int tsi = 0; tsi < 256; ++tsi)
-        for (const uint32_t pid : {0U, 8191U, random.below(8192)})
-            packets.insert({static_cast<uint8_t>(tsi), static_cast<uint16_t>(pid)});
+    for (int i = 0; i < 16; ++i)
+        packets.insert({static_cast<uint8_t>(random.below(256)), static_cast<uint16_t>(random.below(8192))});
+    packets.insert({static_cast<uint8_t>(255), static_cast<uint16_t>(8191)});
     return packets;
 }
 
@@ -98,7 +98,7 @@ bool isInOrder(const Source& source)
 TEST(TraceTest, AgreesWithTheBoardForEveryPacket)
 {
     int inOrder = 0;
-    for (uint32_t seed = 0; seed < 240; ++seed) {
+    for (uint32_t seed = 0; seed < 210; ++seed) {
         SCOPED_TRACE(seed);
         RandomRoutings random(seed);
         const Source source = Source::of(seed % 3 == 0 ? random.rubbish() : compile(random.routing()));
@@ -110,7 +110,7 @@ TEST(TraceTest, AgreesWithTheBoardForEveryPacket)
         } catch (const RoutingError&) { // needs more rows
         }
         inOrder += again ? 1 : 0;
-        for (const Selector& packets : packetsOfInterest(source.tables, random)) {
+        for (const Selector& packets : packetsOfInterest(source.tables, random, seed % 3 == 0 ? 32 : 1)) {
             const Exits exits = board.send(packets);
             ASSERT_EQ(traced(source, packets), exits) << toString(packets);
             if (again) {
@@ -118,12 +118,12 @@ TEST(TraceTest, AgreesWithTheBoardForEveryPacket)
             }
         }
     }
-    EXPECT_GT(inOrder, 160);
+    EXPECT_GT(inOrder, 140);
 }
 
 TEST(TraceTest, BackwardFindsWhatForwardLeaves)
 {
-    for (uint32_t seed = 0; seed < 20; ++seed) {
+    for (uint32_t seed = 0; seed < 10; ++seed) {
         SCOPED_TRACE(seed);
         RandomRoutings random(seed);
         const Source source = Source::of(compile(random.routing()));
