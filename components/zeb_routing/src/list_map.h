@@ -9,8 +9,8 @@
 
 namespace Osl::ZebRouting {
 
-/// The rows of the O-PID MAP as they lead to one another; `tables` must outlive it. Any words are safe: chains end where
-/// they loop.
+/// The rows of the O-PID MAP as they lead to one another; `tables` must outlive it. Any words are safe: chains end
+/// where they loop.
 class ListChains
 {
 public:

@@ -130,5 +130,6 @@ TEST_F(RouterTest, AFaultThatIsSeenOnceMayBeHalfOfAnEdit)
     EXPECT_THAT(sinks.complaints, IsEmpty());
     router.checkPidLut();
     router.checkPidLut();
-    EXPECT_THAT(sinks.complaints, ElementsAre("PID LUT: row 1 of the active bank has the same key as the row before it"));
+    EXPECT_THAT(sinks.complaints,
+                ElementsAre("PID LUT: row 1 of the active bank has the same key as the row before it"));
 }
