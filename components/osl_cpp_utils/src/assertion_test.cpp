@@ -1,7 +1,6 @@
 #include <osl/cpputils/assertion.h>
 #include <osl/testing/emulation.h>
-
-#include <gtest/gtest.h>
+#include <osl/testing/test.h>
 
 #include <vector>
 

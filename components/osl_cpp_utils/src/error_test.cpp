@@ -1,11 +1,7 @@
 #include <osl/cpputils/error.h>
-#include <osl/testing/failure_of.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include <osl/testing/test.h>
 
 using namespace Osl::CppUtil;
-using Osl::Testing::failureOf;
 
 TEST(ErrorTest, WhatIsThePrefixesTheMessageAndTheRaiseSite)
 {
@@ -16,7 +12,6 @@ TEST(ErrorTest, WhatIsThePrefixesTheMessageAndTheRaiseSite)
     EXPECT_STREQ(OutOfRangeError("o", "f", 1).what(), "Out of Range Error: o(f:1)");
     EXPECT_STREQ(NotImplementedError("n", "f", 1).what(), "Not Implemented Error: n(f:1)");
     EXPECT_STREQ(IOError("gone", nullptr, 3).what(), "IOErrorr: gone(");
-    EXPECT_THAT(
-        failureOf<IOError>([] { OSL_RAISE(FileSystemError, "bad"); }),
-        testing::StartsWith("IOErrorr: Generic filesystem Error: bad(components/osl_cpp_utils/src/error_test."));
+    EXPECT_THAT(failureOf<IOError>([] { OSL_RAISE(FileSystemError, "bad"); }),
+                StartsWith("IOErrorr: Generic filesystem Error: bad(components/osl_cpp_utils/src/error_test."));
 }

@@ -1,11 +1,8 @@
 #include <osl/cpputils/error.h>
 #include <osl/cpputils/log.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include <osl/testing/test.h>
 
 using namespace Osl::CppUtil;
-using testing::MatchesRegex;
 
 // The log is one per process and cannot be taken down again, so each case runs in a child process of its own.
 

@@ -1,14 +1,8 @@
 #include <osl/cpputils/error.h>
 #include <osl/cpputils/netaddress.h>
-#include <osl/testing/failure_of.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include <osl/testing/test.h>
 
 using namespace Osl::CppUtil;
-using Osl::Testing::failureOf;
-using testing::ElementsAre;
-using testing::StartsWith;
 
 TEST(IpAdrContainerTest, TheFirstGroupOfTheTextIsTheMostSignificantOctet)
 {

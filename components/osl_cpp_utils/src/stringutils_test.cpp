@@ -1,14 +1,10 @@
 #include <osl/cpputils/error.h>
 #include <osl/cpputils/stringutils.h>
-#include <osl/testing/failure_of.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include <osl/testing/test.h>
 
 #include <regex>
 
 using namespace Osl::CppUtil;
-using Osl::Testing::failureOf;
 using std::string;
 
 TEST(StringUtilsTest, HexStringToBytesTakesDigitPairsInTextOrder)
@@ -20,7 +16,7 @@ TEST(StringUtilsTest, HexStringToBytesTakesDigitPairsInTextOrder)
           {"0g", "Invalid found character in string("},
           {"0x12", "Invalid found"}})
         EXPECT_THAT(failureOf<ParsingError>([&, hex = text] { hexStringToBytes(hex); }),
-                    testing::StartsWith(string("Generic parsing Error: ") + reason));
+                    StartsWith(string("Generic parsing Error: ") + reason));
 }
 
 TEST(StringUtilsTest, ParseUint32TakesTheWholeTextOrNothing)
@@ -46,7 +42,7 @@ TEST(StringUtilsTest, IsNumberAgreesWithItsRegularExpression)
 TEST(StringUtilsTest, SmallHelpers)
 {
     EXPECT_TRUE(split("", ',').empty());
-    EXPECT_THAT(split("a,,b,", ','), testing::ElementsAre("a", "", "b", ""));
+    EXPECT_THAT(split("a,,b,", ','), ElementsAre("a", "", "b", ""));
     EXPECT_TRUE(isUpperCaseWord("ABC"));
     for (const char* text : {"", "AbC", "A1", "A "})
         EXPECT_FALSE(isUpperCaseWord(text)) << text;

@@ -1,16 +1,10 @@
 #include <osl/cpputils/error.h>
 #include <osl/linutils/attribute_file.h>
-#include <osl/testing/failure_of.h>
 #include <osl/testing/temp_folder.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include <osl/testing/test.h>
 
 using namespace Osl::LinuxCppUtil;
 using Osl::CppUtil::FileSystemError;
-using Osl::Testing::failureOf;
-using testing::ElementsAre;
-using testing::StartsWith;
 
 namespace {
 
@@ -26,7 +20,7 @@ protected:
         return "IOErrorr: Generic filesystem Error: Cannot write sysfs entry: \"" + m_Path + "\": " + reason;
     }
 
-    Osl::Testing::TempFolder m_Folder;
+    TempFolder m_Folder;
     const std::string m_Path = m_Folder.root() + "/attribute";
 };
 

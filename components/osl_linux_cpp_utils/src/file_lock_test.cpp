@@ -1,18 +1,13 @@
 #include <osl/linutils/file_lock.h>
 #include <osl/linutils/raii_filedescriptors.h>
-#include <osl/testing/failure_of.h>
 #include <osl/testing/temp_folder.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include <osl/testing/test.h>
 
 #include <fcntl.h>
 #include <optional>
 #include <unistd.h>
 
 using namespace Osl::LinuxCppUtil;
-using Osl::Testing::failureOf;
-using testing::StartsWith;
 
 namespace {
 
@@ -33,7 +28,7 @@ protected:
         return failureOf<LockError>([&] { FileLock(*m_Second, m_Path, patience); });
     }
 
-    Osl::Testing::TempFolder m_Folder;
+    TempFolder m_Folder;
     const std::string m_Path = m_Folder.root() + "/device";
     UniqueFD m_First, m_Second;
 };
@@ -60,5 +55,5 @@ TEST_F(FileLockTest, IsHadAsSoonAsItsHolderIsGone)
                                      }};
     const FileLock moved(FileLock(*m_Second, m_Path, untilReleased));
     const UniqueFD third = makeUniqueFD(m_Path, O_RDONLY);
-    EXPECT_THAT(failureOf<LockError>([&] { FileLock(*third, m_Path); }), testing::HasSubstr("is in use"));
+    EXPECT_THAT(failureOf<LockError>([&] { FileLock(*third, m_Path); }), HasSubstr("is in use"));
 }

@@ -1,6 +1,5 @@
 #include <osl/linutils/memory_fault.h>
-
-#include <gtest/gtest.h>
+#include <osl/testing/test.h>
 
 #include <csignal>
 #include <cstdio>

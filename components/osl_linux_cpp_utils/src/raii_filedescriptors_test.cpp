@@ -1,15 +1,10 @@
 #include <osl/linutils/raii_filedescriptors.h>
-#include <osl/testing/failure_of.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include <osl/testing/test.h>
 
 #include <fcntl.h>
 #include <unistd.h>
 
 using namespace Osl::LinuxCppUtil;
-using Osl::Testing::failureOf;
-using testing::StartsWith;
 
 namespace {
 

@@ -2,26 +2,18 @@
 #include <osl/linutils/interruptible.h>
 #include <osl/linutils/raii_filedescriptors.h>
 #include <osl/linutils/whole_file.h>
-#include <osl/testing/failure_of.h>
 #include <osl/testing/temp_folder.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include <osl/testing/test.h>
 
 #include <atomic>
 #include <climits>
-#include <csignal>
 #include <fcntl.h>
 #include <filesystem>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 using namespace Osl::LinuxCppUtil;
 using Osl::CppUtil::FileSystemError;
-using Osl::Testing::failureOf;
-using testing::HasSubstr;
-using testing::StartsWith;
 namespace fs = std::filesystem;
 
 namespace {
@@ -52,7 +44,7 @@ protected:
         return failureOf<FileSystemError>([&] { (void)readWholeFile(file, 100); });
     }
 
-    Osl::Testing::TempFolder m_Folder;
+    TempFolder m_Folder;
 };
 
 } // namespace
@@ -91,43 +83,15 @@ TEST_F(WholeFileTest, ANewFileGetsTheUsualMode)
     EXPECT_EQ(fs::status(path("new")).permissions(), fs::perms(0640));
 }
 
-TEST_F(WholeFileTest, FullDisksAreReportedAndLeaveTheOldFile)
+TEST_F(WholeFileTest, PathsThatLeadNowhereAreNamedWithTheReason)
 {
-    EXPECT_THAT(writeFailure("/dev/full"),
-                StartsWith("IOErrorr: Generic filesystem Error: Unable to write file \"/dev/full\": No space left on "
-                           "device("));
-
-    put("old", "old");
-    std::signal(SIGXFSZ, SIG_IGN);
-    rlimit before = {};
-    ::getrlimit(RLIMIT_FSIZE, &before);
-    const rlimit small{3, before.rlim_max};
-    ::setrlimit(RLIMIT_FSIZE, &small);
-    const std::string failure = writeFailure(path("old"));
-    const std::string newFailure = writeFailure(path("new"));
-    ::setrlimit(RLIMIT_FSIZE, &before);
-    EXPECT_THAT(failure, HasSubstr("Unable to write file \"" + path("old") + "\": File too large("));
-    EXPECT_THAT(newFailure, HasSubstr("Unable to write file \"" + path("new") + "\": File too large("));
-    EXPECT_EQ(content("old"), "old");
-    EXPECT_EQ(files(), 1);
-}
-
-TEST_F(WholeFileTest, PlacesThatCannotBeWrittenOrReadAreNamedWithTheReason)
-{
-    const std::string writing = "IOErrorr: Generic filesystem Error: Unable to open writable file \"";
-    EXPECT_THAT(writeFailure(m_Folder.root()), StartsWith(writing + m_Folder.root() + "\": Is a directory("));
-    EXPECT_THAT(writeFailure(path("no/file")),
-                StartsWith(writing + path("no/file") + "\": No such file or directory("));
+    EXPECT_THAT(writeFailure(""),
+                StartsWith("IOErrorr: Generic filesystem Error: Unable to open writable file \"\": No such file or "
+                           "directory("));
     EXPECT_THAT(writeFailure(put("file", "") + "/below"), HasSubstr("Not a directory("));
-    EXPECT_THAT(writeFailure(""), StartsWith(writing + "\": No such file or directory("));
     fs::create_symlink("b", path("a"));
     fs::create_symlink("a", path("b"));
     EXPECT_THAT(writeFailure(path("a")), HasSubstr("Too many levels of symbolic links("));
-
-    const std::string reading = "IOErrorr: Generic filesystem Error: Unable to open readable file \"";
-    EXPECT_THAT(readFailure(m_Folder.root()), StartsWith(reading + m_Folder.root() + "\": Is a directory("));
-    EXPECT_THAT(readFailure(path("none")), StartsWith(reading + path("none") + "\": No such file or directory("));
-    EXPECT_THAT(readFailure("/dev/zero"), StartsWith(reading + "/dev/zero\": neither a regular file nor a pipe("));
 }
 
 TEST_F(WholeFileTest, PipesAreReadAndWritten)

@@ -1,12 +1,9 @@
+#include <osl/testing/test.h>
 #include <osl/userspace_drivers/drivers_misc/serentry.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <utility>
 
 using namespace Osl::Drivers::Misc;
-using testing::ElementsAre;
 
 namespace {
 

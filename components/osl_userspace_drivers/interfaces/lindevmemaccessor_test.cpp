@@ -1,13 +1,7 @@
-#include <osl/testing/failure_of.h>
+#include <osl/testing/test.h>
 #include <osl/userspace_drivers/interfaces/lindevmemaccessor.h>
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 using namespace Osl::Drivers;
-using Osl::Testing::failureOf;
-using testing::ElementsAre;
-using testing::StartsWith;
 
 namespace {
 

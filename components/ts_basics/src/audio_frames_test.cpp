@@ -1,6 +1,5 @@
+#include <osl/testing/test.h>
 #include <osl/ts_basics/audio_frames.h>
-
-#include <gtest/gtest.h>
 
 #include <string>
 #include <vector>

@@ -1,11 +1,9 @@
 #include <osl/testing/packet_maker.h>
-
-#include <gtest/gtest.h>
+#include <osl/testing/test.h>
 
 #include <array>
 
 using namespace Osl::Ts;
-using Osl::Testing::Packet;
 
 TEST(LlTsPacketsTest, ReadsHeaderFieldsFromTheirBits)
 {

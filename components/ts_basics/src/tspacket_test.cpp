@@ -1,16 +1,10 @@
-#include <osl/testing/failure_of.h>
 #include <osl/testing/packet_maker.h>
+#include <osl/testing/test.h>
 #include <osl/ts_basics/tspacket.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 
 using namespace Osl::Ts;
-using Osl::Testing::failureOf;
-using Osl::Testing::Packet;
-using testing::StartsWith;
 
 namespace {
 
@@ -41,7 +35,7 @@ TEST(ShrdBuffIOTSPacketTest, SettersKeepTheNeighbouringBits)
     ShrdBuffIO_TSPacket packet = recordOf(Packet(0).unit({}).scrambled());
     packet.setPid(0x1FFF);
     packet.setContinuityCounter(0x1F);
-    EXPECT_THAT(std::vector(packet.tsData() + 1, packet.tsData() + 4), testing::ElementsAre(0x5F, 0xFF, 0x9F));
+    EXPECT_THAT(std::vector(packet.tsData() + 1, packet.tsData() + 4), ElementsAre(0x5F, 0xFF, 0x9F));
     EXPECT_EQ(packet.scramblingControl(), ScramblingControl::EVEN_KEY);
 }
 

@@ -227,13 +227,11 @@ uint32_t TsStreamer::step()
         moveBuffer();
         return 0;
     } catch (const ReadException& error) {
-        m_LastError = error.what();
         m_LastFailure = std::current_exception();
         if (error.reason() > static_cast<uint32_t>(ReadReason::NOT_ACCESSIBLE))
             OSL_ASSERT(false);
         return error.is(ReadReason::END_OF_DATA) ? 1 : error.is(ReadReason::NOT_READY) ? 2 : FAILED;
-    } catch (const Error& error) {
-        m_LastError = error.what();
+    } catch (const Error&) {
         m_LastFailure = std::current_exception();
         return FAILED;
     }

@@ -1,7 +1,5 @@
+#include <osl/testing/test.h>
 #include <osl/ts_streaming/tsstreamer.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <atomic>
@@ -9,8 +7,6 @@
 
 using namespace Osl::Ts;
 using namespace Osl::Ts::Streaming;
-using testing::ElementsAre;
-using testing::HasSubstr;
 
 namespace {
 
@@ -84,7 +80,8 @@ TEST(TsStreamerTest, StatusTellsWhatEndedTheStep)
         std::vector<int> values;
         TsStreamer streamer(std::make_unique<CountingReader>(0, reason), std::make_unique<NotingWriter>(values), 1);
         EXPECT_EQ(streamer.step(), status);
-        EXPECT_THAT(streamer.lastError(), HasSubstr("TS streaming read error: reader's text("));
+        EXPECT_THAT(failureOf<ReadException>([&] { std::rethrow_exception(streamer.lastFailure()); }),
+                    HasSubstr("reader's text("));
     }
     std::vector<int> values;
     auto writer = std::make_unique<NotingWriter>(values);
@@ -92,7 +89,7 @@ TEST(TsStreamerTest, StatusTellsWhatEndedTheStep)
     TsStreamer streamer(std::make_unique<CountingReader>(9), std::move(writer), 1);
     EXPECT_EQ(streamer.step(), 0U);
     EXPECT_EQ(streamer.step(), 3U);
-    EXPECT_THAT(streamer.lastError(), HasSubstr("TS streaming write error: writer's text("));
+    EXPECT_THROW(std::rethrow_exception(streamer.lastFailure()), WriteError);
 }
 
 TEST(TsStreamerTest, ReaderThatWasNotReadyIsAskedAgainForTheBufferThatItOwes)

@@ -1,14 +1,11 @@
+#include <osl/testing/test.h>
 #include <osl/zeb_routing/check.h>
 #include <osl/zeb_routing/graph.h>
 #include <osl/zeb_routing/text.h>
 #include <osl/zeb_routing/translation.h>
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 using namespace Osl::ZebRouting;
 namespace Zeb = Osl::Drivers::Zeb;
-using testing::HasSubstr;
 
 namespace {
 

@@ -1,14 +1,12 @@
 #include <osl/testing/random_routing.h>
+#include <osl/testing/test.h>
 #include <osl/zeb_routing/check.h>
 #include <osl/zeb_routing/graph.h>
 #include <osl/zeb_routing/json.h>
 #include <osl/zeb_routing/source.h>
 #include <osl/zeb_routing/text.h>
 
-#include <gtest/gtest.h>
-
 using namespace Osl::ZebRouting;
-using Osl::Testing::RandomRoutings;
 
 namespace {
 

@@ -1,14 +1,12 @@
 #include <osl/testing/fake_mem.h>
 #include <osl/testing/random_routing.h>
+#include <osl/testing/test.h>
 #include <osl/zeb_routing/source.h>
 #include <osl/zeb_routing/text.h>
-
-#include <gtest/gtest.h>
 
 #include <functional>
 
 using namespace Osl::ZebRouting;
-using Osl::Testing::FakeMem;
 
 namespace {
 

@@ -1,13 +1,10 @@
+#include <osl/testing/test.h>
 #include <osl/zeb_routing/json.h>
 #include <osl/zeb_routing/source.h>
 #include <osl/zeb_routing/text.h>
 #include <osl/zeb_routing/trace.h>
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 using namespace Osl::ZebRouting;
-using testing::HasSubstr;
 
 namespace {
 

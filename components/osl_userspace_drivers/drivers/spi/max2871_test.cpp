@@ -1,16 +1,9 @@
-#include <osl/testing/failure_of.h>
 #include <osl/testing/fake_spidev.h>
+#include <osl/testing/test.h>
 #include <osl/userspace_drivers/drivers/spi/max2871.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 using namespace Osl::Spi;
 using namespace Osl::SpiModels;
-using namespace Osl::Testing;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
 using Way = Max2871::ReadBack::Way;
 
 namespace {
@@ -52,7 +45,7 @@ TEST_F(Max2871Test, ReadsTheStatusInEveryVariantAndLatchesNothingElse)
             m_Memory[6] = status;
             m_Log.clear();
             EXPECT_EQ(slave(readBack).read32(6), status);
-            EXPECT_THAT(m_Log, testing::Each("latch 6 0x00000006"));
+            EXPECT_THAT(m_Log, Each("latch 6 0x00000006"));
             EXPECT_EQ(m_Calls.node.mode(), 0U);
         }
     }
@@ -91,7 +84,7 @@ TEST_F(Max2871Test, AnswersWithoutTheTagAreAnError)
     switchMux();
     m_Memory[6] = STATUS ^ 2;
     EXPECT_THAT(failureOf<SPIError>([&] { slave(csLow).read32(6); }), HasSubstr("with address bits 4 instead of 6."));
-    EXPECT_THAT(m_Log, testing::Each("latch 6 0x00000006"));
+    EXPECT_THAT(m_Log, Each("latch 6 0x00000006"));
 }
 
 TEST_F(Max2871Test, ControllerWithoutTheModeIsFoundOutBeforeAnythingIsSent)

@@ -1,20 +1,13 @@
 #include <osl/testing/emulation.h>
-#include <osl/testing/failure_of.h>
 #include <osl/testing/temp_file.h>
+#include <osl/testing/test.h>
 #include <osl/userspace_drivers/interfaces/pci/pciif.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <unistd.h>
 
 using namespace Osl;
-using Osl::Testing::failureOf;
-using Osl::Testing::TempFile;
 using Pci::PciError;
 using Pci::PciIf;
-using testing::HasSubstr;
-using testing::StartsWith;
 
 TEST(PciIfTest, MapsTheDeviceSharedFromTheOffset)
 {

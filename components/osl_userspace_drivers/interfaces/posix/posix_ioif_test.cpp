@@ -1,8 +1,5 @@
-#include <osl/testing/failure_of.h>
+#include <osl/testing/test.h>
 #include <osl/userspace_drivers/interfaces/posix/posix_ioif.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <array>
 #include <chrono>
@@ -11,10 +8,7 @@
 
 using namespace Osl;
 using namespace std::chrono_literals;
-using Osl::Testing::failureOf;
 using Posix::PosixIOIf;
-using testing::MatchesRegex;
-using testing::StartsWith;
 
 namespace {
 

@@ -1,14 +1,9 @@
-#include <osl/testing/failure_of.h>
 #include <osl/testing/fake_spidev.h>
+#include <osl/testing/test.h>
 #include <osl/userspace_drivers/interfaces/spi/registerslave.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 using namespace Osl::Spi;
 using namespace Osl::SpiModels;
-using namespace Osl::Testing;
-using testing::HasSubstr;
 
 namespace {
 

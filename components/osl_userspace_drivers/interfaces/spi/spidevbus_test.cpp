@@ -1,18 +1,12 @@
 #include <osl/testing/emulation.h>
-#include <osl/testing/failure_of.h>
 #include <osl/testing/fake_spidev.h>
 #include <osl/testing/temp_file.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include <osl/testing/test.h>
 
 #include <fstream>
 
 using namespace Osl::Spi;
 using namespace Osl::SpiModels;
-using namespace Osl::Testing;
-using testing::HasSubstr;
-using testing::StartsWith;
 
 namespace {
 
@@ -74,9 +68,9 @@ TEST_F(SpidevBusTest, OneMessageIsOneChipSelectPulse)
     std::vector<uint8_t> tail(2, 0xEE);
     const std::array segments{SpiSegment{head, {}}, SpiSegment{both, both}, SpiSegment{{}, tail}};
     bus.transfer(segments, ACCESS);
-    EXPECT_THAT(m_Chip.frames, testing::ElementsAre(std::vector<uint8_t>{1, 2, 3, 4, 0, 0}));
-    EXPECT_THAT(both, testing::ElementsAre(2, 3));
-    EXPECT_THAT(tail, testing::ElementsAre(4, 0));
+    EXPECT_THAT(m_Chip.frames, ElementsAre(std::vector<uint8_t>{1, 2, 3, 4, 0, 0}));
+    EXPECT_THAT(both, ElementsAre(2, 3));
+    EXPECT_THAT(tail, ElementsAre(4, 0));
 }
 
 TEST_F(SpidevBusTest, FilesThatAreNoSpidevNodeAreToldApart)

@@ -1,10 +1,7 @@
-#include <osl/testing/failure_of.h>
 #include <osl/testing/packet_maker.h>
 #include <osl/testing/temp_file.h>
+#include <osl/testing/test.h>
 #include <osl/ts_streaming/inputs/file_reader.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -12,12 +9,6 @@
 using namespace Osl;
 using namespace Osl::Ts;
 using namespace Osl::Ts::Streaming;
-using Osl::Testing::failureOf;
-using Osl::Testing::Packet;
-using Osl::Testing::TempFile;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::StartsWith;
 
 namespace {
 
@@ -127,7 +118,7 @@ TEST_F(FileReaderTest, APipeHandsOnWhatHasComeAndEndsWhenStopped)
 
     bool stopped = false;
     FileReader file(LinuxCppUtil::ownFD(ends[0]), "pipe", AtEnd::STOP, [&] { return stopped; });
-    const auto packets = Osl::Testing::join({Packet().mark(0), Packet().mark(1), Packet().mark(2)});
+    const auto packets = join({Packet().mark(0), Packet().mark(1), Packet().mark(2)});
     const auto feedBytes = [&](std::size_t from, std::size_t to) {
         ASSERT_EQ(::write(*feed, &packets[from], to - from), ssize_t(to - from));
     };

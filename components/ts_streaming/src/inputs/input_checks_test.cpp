@@ -1,22 +1,13 @@
-#include <osl/testing/failure_of.h>
 #include <osl/testing/packet_maker.h>
+#include <osl/testing/test.h>
 #include <osl/ts_basics/tspacket.h>
 #include <osl/ts_streaming/inputs/format_probe.h>
 #include <osl/ts_streaming/inputs/packet_limit.h>
-#include <osl/ts_streaming/processing/sync_guard.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 
 using namespace Osl::Ts;
 using namespace Osl::Ts::Streaming;
-using Osl::Testing::failureOf;
-using Osl::Testing::Packet;
-using testing::AllOf;
-using testing::HasSubstr;
-using testing::Not;
 
 namespace {
 
@@ -45,21 +36,10 @@ private:
     std::size_t m_At = 0;
 };
 
-std::vector<uint8_t> packets(std::size_t count, std::size_t packetSize = TS_SIZE, std::size_t lead = 0)
-{
-    std::vector<uint8_t> data;
-    for (std::size_t i = 0; i < count; ++i) {
-        const Packet packet;
-        data.insert(data.end(), lead, 0);
-        data.insert(data.end(), packet.bytes.begin(), packet.bytes.end());
-        data.insert(data.end(), packetSize - lead - TS_SIZE, 0);
-    }
-    return data;
-}
+std::vector<uint8_t> packets(std::size_t count) { return join(std::vector<Packet>(count)); }
 
 FormatProbe probeOver(std::vector<uint8_t> data, std::size_t packetsAtOnce = 1000)
 {
-    data.resize(data.size() / TS_SIZE * TS_SIZE);
     return FormatProbe(std::make_unique<MemoryReader>(std::move(data), packetsAtOnce * TS_SIZE));
 }
 
@@ -97,26 +77,6 @@ TEST(FormatProbeTest, RefusesOtherFormatsBeforeAnythingComesOut)
         EXPECT_EQ(count, 0U);
         EXPECT_THAT(text, AllOf(HasSubstr("byte 564 is 0x48"), Not(HasSubstr("looks like"))));
     }
-
-    for (const auto& [size, lead] : {std::pair{192U, 4U}, std::pair{192U, 0U}, std::pair{204U, 0U}}) {
-        FormatProbe probe = probeOver(packets(100, size, lead));
-        const auto [passed, refusal] = drain(probe);
-        EXPECT_EQ(passed, 0U);
-        EXPECT_THAT(refusal, HasSubstr("It looks like packets of " + std::to_string(size) + " bytes"));
-    }
-}
-
-TEST(SyncGuardTest, EndsTheStreamWhereSyncIsLostAfterWhatCameBefore)
-{
-    SyncGuard guard(nullptr);
-    std::vector<uint8_t> data = packets(50);
-    EXPECT_EQ(guard.process(data).size(), data.size());
-    guard.check();
-    data[7 * TS_SIZE] = 0x11;
-    EXPECT_EQ(guard.process(data).size(), 7 * TS_SIZE);
-    const auto text = HasSubstr("Sync lost at byte 10716 of the input: 0x11 instead of 0x47");
-    EXPECT_THAT(failureOf<TsError>([&] { guard.check(); }), text);
-    EXPECT_THAT(failureOf<TsError>([&] { guard.process(data); }), text);
 }
 
 TEST(PacketLimitTest, EndsAfterSoManyPackets)

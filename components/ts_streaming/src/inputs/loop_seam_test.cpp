@@ -1,18 +1,12 @@
 #include <osl/testing/packet_maker.h>
+#include <osl/testing/test.h>
 #include <osl/ts_streaming/inputs/loop_filler.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <ostream>
 
 using namespace Osl::Ts;
 using namespace Osl::Ts::Streaming;
-using Osl::Testing::Packet;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
 
 namespace {
 
@@ -54,7 +48,7 @@ struct Seam
 
 Seam seamOf(const std::vector<Packet>& file)
 {
-    LoopFiller filler(std::make_unique<Repeater>(Osl::Testing::join(file)), file.size());
+    LoopFiller filler(std::make_unique<Repeater>(join(file)), file.size());
     std::vector<uint8_t> buffer(4 * TS_SIZE), stream;
     while (stream.size() < 60 * TS_SIZE) {
         const auto data = filler.read(buffer);

@@ -1,20 +1,12 @@
 #include <osl/cpputils/log.h>
-#include <osl/testing/failure_of.h>
 #include <osl/testing/packet_maker.h>
+#include <osl/testing/test.h>
 #include <osl/ts_streaming/outputs/pcrsegwriter.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <cerrno>
 
 using namespace Osl::Ts;
 using namespace Osl::Ts::Streaming;
-using Osl::Testing::failureOf;
-using Osl::Testing::Packet;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
 
 namespace {
 
@@ -51,7 +43,7 @@ protected:
     {
         for (Packet& packet : packets)
             packet.mark(m_Mark++);
-        m_Writer->write(Osl::Testing::join(packets));
+        m_Writer->write(join(packets));
     }
 
     std::unique_ptr<FakeHw> m_Owned = std::make_unique<FakeHw>();

@@ -1,21 +1,13 @@
-#include <osl/testing/failure_of.h>
 #include <osl/testing/packet_maker.h>
 #include <osl/testing/temp_file.h>
+#include <osl/testing/test.h>
 #include <osl/ts_streaming/outputs/pcrsegwriter_zebhw.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <filesystem>
 
 using namespace Osl;
 using namespace Osl::Ts;
 using namespace Osl::Ts::Streaming;
-using Osl::Testing::failureOf;
-using Osl::Testing::Packet;
-using Osl::Testing::TempFile;
-using testing::HasSubstr;
-using testing::StartsWith;
 
 namespace {
 

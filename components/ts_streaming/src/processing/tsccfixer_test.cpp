@@ -1,13 +1,9 @@
 #include <osl/testing/packet_maker.h>
+#include <osl/testing/test.h>
 #include <osl/ts_streaming/processing/tsccfixer.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 using namespace Osl::Ts;
 using namespace Osl::Ts::Streaming;
-using Osl::Testing::Packet;
-using testing::ElementsAre;
 
 namespace {
 
@@ -24,12 +20,12 @@ std::vector<int> countersOf(const std::vector<uint8_t>& stream)
 TEST(TsCcFixerTest, NumbersEveryPidFromZeroWhateverTheSourceHeld)
 {
     TsCcFixer fixer;
-    auto first = Osl::Testing::join({Packet(0x100).counter(7), Packet(0x200).counter(7), Packet(0x100).counter(3),
-                                     Packet(NULL_PID).counter(9), Packet(0x100).adaptation().noPayload().counter(12)});
+    auto first = join({Packet(0x100).counter(7), Packet(0x200).counter(7), Packet(0x100).counter(3),
+                       Packet(NULL_PID).counter(9), Packet(0x100).adaptation().noPayload().counter(12)});
     const auto view = fixer.process(first);
     EXPECT_EQ(view.data(), first.data());
     EXPECT_THAT(countersOf(first), ElementsAre(0, 0, 1, 9, 1));
-    auto second = Osl::Testing::join(std::vector<Packet>(16, Packet(0x100).scrambled()));
+    auto second = join(std::vector<Packet>(16, Packet(0x100).scrambled()));
     fixer.process(second);
     EXPECT_EQ(countersOf(second).front(), 2);
     EXPECT_EQ(countersOf(second).back(), 1) << "wraps at 16";
@@ -39,8 +35,8 @@ TEST(TsCcFixerTest, NumbersEveryPidFromZeroWhateverTheSourceHeld)
 TEST(TsCcFixerTest, MarksTheFirstPacketOfAPidAsDiscontinuous)
 {
     TsCcFixer fixer;
-    auto stream = Osl::Testing::join({Packet(0x100).adaptation(), Packet(0x100).adaptation(),
-                                      Packet(0x200).adaptation(0), Packet(0x300).adaptation().noPayload()});
+    auto stream = join({Packet(0x100).adaptation(), Packet(0x100).adaptation(), Packet(0x200).adaptation(0),
+                        Packet(0x300).adaptation().noPayload()});
     fixer.process(stream);
     EXPECT_TRUE(Ll::hasDiscontinuity(&stream[0]));
     EXPECT_FALSE(Ll::hasDiscontinuity(&stream[TS_SIZE]));

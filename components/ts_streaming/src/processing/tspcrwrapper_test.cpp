@@ -1,15 +1,10 @@
 #include <osl/cpputils/log.h>
 #include <osl/testing/packet_maker.h>
+#include <osl/testing/test.h>
 #include <osl/ts_streaming/processing/tspcrwrapper.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 using namespace Osl::Ts;
 using namespace Osl::Ts::Streaming;
-using Osl::Testing::Packet;
-using testing::ElementsAre;
-using testing::HasSubstr;
 
 namespace {
 
@@ -31,8 +26,8 @@ std::vector<uint8_t> ptsBytes(std::span<const uint8_t> stream, std::size_t packe
 std::vector<uint8_t> fileFrom(uint64_t start)
 {
     const auto time = [start](uint64_t packet) { return (start + uint64_t{packet} * TICKS_PER_PACKET) % PCR_RANGE; };
-    return Osl::Testing::join({pesPacket(0x200), Packet(0x100).pcr(time(1)), Packet(0x200), Packet(0x100).pcr(time(3)),
-                               Packet(0x300).pcr(time(4)), Packet(0x200)});
+    return join({pesPacket(0x200), Packet(0x100).pcr(time(1)), Packet(0x200), Packet(0x100).pcr(time(3)),
+                 Packet(0x300).pcr(time(4)), Packet(0x200)});
 }
 
 /// `passes` times the file, as a looping reader hands them out: cut at other places than the file's ends.
@@ -90,7 +85,7 @@ TEST(TsPcrWrapperTest, ShiftsPtsAndDtsToTheNearest90kHzTickKeepingMarkers)
 
     // Passes of 450 ticks are one and a half: rounded half up, from the whole offset each time.
     TsPcrWrapper odd(nullptr, 3);
-    const auto file = Osl::Testing::join({Packet(0x100).pcr(0), Packet(0x100).pcr(150), pesPacket(0x200)});
+    const auto file = join({Packet(0x100).pcr(0), Packet(0x100).pcr(150), pesPacket(0x200)});
     const auto rounded = loop(odd, file, 4);
     for (const auto& [pass, dts] : {std::pair{0U, 0}, {1U, 2}, {2U, 3}, {3U, 5}})
         EXPECT_EQ(ptsBytes(rounded, pass * 3 + 2).back(), dts << 1 | 1) << pass;
@@ -99,7 +94,7 @@ TEST(TsPcrWrapperTest, ShiftsPtsAndDtsToTheNearest90kHzTickKeepingMarkers)
 TEST(TsPcrWrapperTest, PassWithoutTwoPcrsRunsAtTheDefaultRate)
 {
     TsPcrWrapper single(nullptr, 2);
-    const auto stream = loop(single, Osl::Testing::join({Packet(0x100).pcr(1000), Packet(0x100)}), 3);
+    const auto stream = loop(single, join({Packet(0x100).pcr(1000), Packet(0x100)}), 3);
     EXPECT_THAT(pcrsOf(stream), ElementsAre(1000, 1000 + 2 * 8122, 1000 + 4 * 8122));
 }
 
@@ -107,7 +102,7 @@ TEST(TsPcrWrapperTest, PidsOfTablesDoNotSetTheTime)
 {
     for (const uint16_t pid : {uint16_t{31}, uint16_t{32}, NULL_PID}) {
         TsPcrWrapper wrapper(nullptr, 2);
-        const auto stream = loop(wrapper, Osl::Testing::join({Packet(pid).pcr(0), Packet(pid).pcr(50)}), 2);
+        const auto stream = loop(wrapper, join({Packet(pid).pcr(0), Packet(pid).pcr(50)}), 2);
         EXPECT_THAT(pcrsOf(stream), ElementsAre(0, 50, 2 * 8122, 2 * 8122 + 50));
         EXPECT_FALSE(Ll::hasDiscontinuity(&stream[0]));
     }
@@ -127,7 +122,7 @@ TEST(TsPcrWrapperTest, LeavesPayloadThatIsNoPesHeaderAlone)
     };
     for (const auto& [packet, warning] : cases) {
         TsPcrWrapper wrapper(nullptr, 3);
-        const auto file = Osl::Testing::join({Packet(0x100).pcr(0), packet, Packet(0x100).pcr(6000)});
+        const auto file = join({Packet(0x100).pcr(0), packet, Packet(0x100).pcr(6000)});
         testing::internal::CaptureStderr();
         const auto stream = loop(wrapper, file, 3);
         const std::string said = testing::internal::GetCapturedStderr();

@@ -1,13 +1,9 @@
 #include "zeb_fpga_shell/parsed_shell_cmd.h"
 
 #include <osl/cpputils/error.h>
-#include <osl/testing/failure_of.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include <osl/testing/test.h>
 
 using Osl::Utils::ParsedShellCmd;
-using testing::StartsWith;
 
 namespace {
 
@@ -20,7 +16,7 @@ struct Case
 
 std::string failureOfLine(const std::string& line)
 {
-    return Osl::Testing::failureOf<Osl::CppUtil::ParsingError>([&line] { const ParsedShellCmd cmd(line); });
+    return failureOf<Osl::CppUtil::ParsingError>([&line] { const ParsedShellCmd cmd(line); });
 }
 
 } // namespace

@@ -1,11 +1,8 @@
 #include "virtual_board/active_ip_lut.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include <osl/testing/test.h>
 
 using namespace Osl::VirtualBoard;
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 namespace {
 

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "virtual_board/continuity_check.h"
-
+#include <osl/ts_basics/continuity_check.h>
 #include <osl/ts_basics/ll_tspackets.h>
 
 #include <array>
@@ -36,7 +35,7 @@ private:
         uint32_t pid = 0;
         uint32_t packets = 0; ///< since the last update
         uint32_t errors = 0;
-        ContinuityCheck continuity{};
+        Ts::ContinuityCheck continuity{};
     };
 
     void loadTable();

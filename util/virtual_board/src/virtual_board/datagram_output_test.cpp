@@ -1,9 +1,7 @@
 #include "virtual_board/datagram_output.h"
 
 #include <osl/testing/packet_maker.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include <osl/testing/test.h>
 
 #include <tuple>
 #include <vector>
@@ -11,12 +9,10 @@
 using namespace Osl::VirtualBoard;
 using namespace std::chrono_literals;
 using Bytes = std::vector<uint8_t>;
-using namespace Osl::Testing;
-using testing::ElementsAre;
 
 namespace {
 
-Bytes packets(std::size_t count) { return Osl::Testing::join(std::vector<Packet>(count)); }
+Bytes packets(std::size_t count) { return join(std::vector<Packet>(count)); }
 
 } // namespace
 

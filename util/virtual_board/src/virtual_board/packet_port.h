@@ -36,7 +36,6 @@ public:
     bool serve(Clock::time_point now, const std::function<void(const Record&)>& send);
 
     uint64_t streamBytes() const { return m_StreamBytes; } ///< handed over through the stream device
-    uint64_t lost() const { return m_Lost; }               ///< packets that found the stream device full
 
 private:
     void present();
@@ -47,7 +46,6 @@ private:
     std::deque<Record> m_Waiting;
     Clock::time_point m_Released{}; ///< when the last packet was; the epoch: never
     uint64_t m_StreamBytes = 0;
-    uint64_t m_Lost = 0;
 };
 
 } // namespace Osl::VirtualBoard

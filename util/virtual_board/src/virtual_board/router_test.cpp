@@ -1,17 +1,12 @@
 #include "virtual_board/router.h"
 
 #include <osl/testing/packet_maker.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include <osl/testing/test.h>
 
 #include <tuple>
 #include <vector>
 
 using namespace Osl::VirtualBoard;
-using Osl::Testing::Packet;
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 namespace {
 

@@ -1,17 +1,12 @@
 #include "virtual_board/board_folder.h"
-#include "virtual_board/continuity_check.h"
 #include "virtual_board/loop_counters.h"
 #include "virtual_board/stream_outputs.h"
 
 #include <osl/testing/packet_maker.h>
 #include <osl/testing/temp_folder.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include <osl/testing/test.h>
 
 using namespace Osl::VirtualBoard;
-using Osl::Testing::Packet;
-using testing::ElementsAre;
 using Words = std::vector<uint32_t>;
 
 namespace {
@@ -27,21 +22,13 @@ protected:
         return m_Root.text("/dev/zebtsif_outputs/" + output).size() / 188;
     }
 
-    Osl::Testing::TempFolder m_Root;
+    TempFolder m_Root;
     Words m_Words = Words(0x1000);
     std::vector<std::string> m_Complaints;
     std::unique_ptr<StreamOutputs> m_Outputs =
         std::make_unique<StreamOutputs>(m_Words.data(), m_Root.root(), Network::NONE,
                                         [this](const std::string& what) { m_Complaints.push_back(what); });
 };
-
-/// Errors of packets with these counters, the flags of the packets in between.
-template <class... Packets>
-std::vector<bool> errorsOf(Packets... packets)
-{
-    ContinuityCheck check;
-    return {check.isError(packets.bytes.data())...};
-}
 
 } // namespace
 
@@ -82,25 +69,12 @@ TEST_F(StreamOutputsTest, CamMonitorsFollowTheirTableAndCountIn20Bits)
     EXPECT_EQ(m_Root.words(folder + "mon_errcntrs")[1], 1U);
 }
 
-TEST(ContinuityCheckTest, FollowsTheRules)
-{
-    const auto at = [](uint8_t counter) { return Packet().counter(counter); };
-    EXPECT_THAT(errorsOf(at(14), at(15), at(0), at(2)), ElementsAre(false, false, false, true));
-    EXPECT_THAT(errorsOf(at(1), at(1), at(1), at(2)),
-                ElementsAre(false, false, true, false)); // repeated once and twice
-    EXPECT_THAT(errorsOf(at(1), at(1).adaptation().noPayload(), at(2)), ElementsAre(false, false, false));
-    EXPECT_THAT(errorsOf(at(1), at(2).adaptation().noPayload()), ElementsAre(false, true));
-    Packet announced = at(9).adaptation();
-    announced.bytes[5] = 0x80;
-    EXPECT_THAT(errorsOf(at(1), announced, at(10)), ElementsAre(false, false, false));
-}
-
 TEST(LoopCountersTest, CountersRunOnWhereTheFileStartsAgainAndErrorsStay)
 {
     LoopCounters loop(nullptr, 3);
     std::vector<int> counters;
     for (int pass = 0; pass < 2; ++pass) {
-        auto bytes = Osl::Testing::join({Packet(1).counter(3), Packet(1).counter(5), Packet(2).counter(0)});
+        auto bytes = join({Packet(1).counter(3), Packet(1).counter(5), Packet(2).counter(0)});
         loop.process(bytes);
         for (std::size_t at = 3; at < bytes.size(); at += 188)
             counters.push_back(bytes[at] & 0x0F);

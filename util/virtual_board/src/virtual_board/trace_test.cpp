@@ -4,11 +4,9 @@
 
 #include <osl/testing/packet_maker.h>
 #include <osl/testing/random_routing.h>
+#include <osl/testing/test.h>
 #include <osl/zeb_routing/check.h>
 #include <osl/zeb_routing/trace.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <set>
@@ -18,8 +16,6 @@
 using namespace Osl::VirtualBoard;
 using namespace Osl::ZebRouting;
 namespace Zeb = Osl::Drivers::Zeb;
-using Osl::Testing::Packet;
-using Osl::Testing::RandomRoutings;
 
 namespace {
 

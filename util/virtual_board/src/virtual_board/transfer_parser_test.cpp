@@ -1,14 +1,11 @@
 #include "virtual_board/transfer_parser.h"
 
 #include <osl/testing/packet_maker.h>
+#include <osl/testing/test.h>
 
 #include <fmt/format.h>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 using namespace Osl::VirtualBoard;
-using namespace Osl::Testing;
-using testing::ElementsAre;
 
 namespace {
 
@@ -38,7 +35,7 @@ std::vector<uint8_t> head(uint8_t spacing, uint8_t remainder)
 
 std::vector<uint8_t> record(uint8_t mark, uint8_t flags = 0)
 {
-    return std::vector<uint8_t>{flags, 0, 0, 5} + Osl::Testing::join({Packet().mark(mark)});
+    return std::vector<uint8_t>{flags, 0, 0, 5} + join({Packet().mark(mark)});
 }
 
 } // namespace

@@ -1,18 +1,14 @@
 #include "virtual_board/tx_channel.h"
 
 #include <osl/testing/packet_maker.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include <osl/testing/test.h>
 
 #include <fcntl.h>
 #include <unistd.h>
 
 using namespace Osl;
-using namespace Osl::Testing;
 using namespace Osl::VirtualBoard;
 using namespace std::chrono_literals;
-using testing::ElementsAre;
 
 namespace {
 

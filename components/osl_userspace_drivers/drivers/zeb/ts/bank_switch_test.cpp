@@ -2,12 +2,11 @@
 // whole new table.
 
 #include <osl/testing/failing_block.h>
+#include <osl/testing/test.h>
 #include <osl/userspace_drivers/drivers/zeb/scm/scmdriver.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/diag/fpga_diag.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/pidlutmapdriver.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/tsiodriver.h>
-
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <functional>
@@ -15,7 +14,6 @@
 
 using namespace Osl::Drivers::Zeb;
 using Osl::Drivers::IMemIf;
-using Osl::Testing::FailingBoard;
 
 namespace {
 
@@ -53,11 +51,14 @@ void import(FailingBoard& board)
     importTables(board.pid, board.io, image);
 }
 
+constexpr std::size_t PID_LUT_SWITCH = 1 + 4096 + 2; // control word read, rows, control word read and written
+
 struct BankedWrite
 {
     const char* name;
     void (*run)(FailingBoard&);
-    std::size_t accesses; ///< of which each is tried as the one that fails
+    std::size_t accesses;
+    std::size_t stride = 1; ///< from one access that is made to fail to the next, but at switches, where each is
 };
 
 class BankSwitchTest : public testing::TestWithParam<BankedWrite>
@@ -88,11 +89,10 @@ TEST_P(BankSwitchTest, AtWhateverAccessTheDeviceFailsTheActiveTablesAreWhole)
     const auto oldTables = inUse(before);
     const auto newTables = inUse(board);
     ASSERT_NE(oldTables, newTables);
-    // Each of those at the ends, where the bank is chosen and switched, and many of the alike ones between them.
-    const auto next = [accesses](std::size_t access) {
-        return access + (access % 600 < 20 || access + 40 > accesses ? 1 : 7);
-    };
-    for (std::size_t access = 0; access < accesses; access = next(access)) {
+    for (std::size_t access = 0; access < accesses; ++access) {
+        const std::size_t inSwitch = access % PID_LUT_SWITCH;
+        if (inSwitch > 4 && inSwitch < PID_LUT_SWITCH - 4 && access % GetParam().stride != 0)
+            continue;
         ASSERT_THROW(runUpTo(access), Osl::Drivers::DevMemError) << "access " << access;
         const auto tables = inUse(board);
         for (std::size_t i = 0; i < tables.size(); ++i)
@@ -100,16 +100,15 @@ TEST_P(BankSwitchTest, AtWhateverAccessTheDeviceFailsTheActiveTablesAreWhole)
     }
 }
 
-constexpr std::size_t PID_LUT_SWITCH = 1 + 4096 + 2; // control word read, rows, control word read and written
 constexpr std::size_t IP_LUT_SWITCH = 1 + 512 + 2;
 constexpr std::size_t SCM_EDIT =
     1 + 4 + 512 + 1; // control word, entries and the row that ends them, rows, control word
 INSTANTIATE_TEST_SUITE_P(
     All, BankSwitchTest,
     testing::Values(
-        BankedWrite{"writePidLut", &writePidLut, PID_LUT_SWITCH},
+        BankedWrite{"writePidLut", &writePidLut, PID_LUT_SWITCH, 37},
         BankedWrite{"clearPidLut", [](FailingBoard& board) { PidLutMapDriver(borrowed(board.pid)).clearPidLut(); },
-                    2 * PID_LUT_SWITCH},
+                    2 * PID_LUT_SWITCH, 37},
         BankedWrite{"writeIpInLut",
                     [](FailingBoard& board) {
                         TsIoDriver(borrowed(board.io)).writeIpInLut({{1, "239.0.0.1", 5000}, {2, "239.0.0.2", 5000}});

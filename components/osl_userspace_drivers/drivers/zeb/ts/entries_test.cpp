@@ -1,11 +1,8 @@
-#include <osl/testing/failure_of.h>
 #include <osl/testing/fake_mem.h>
+#include <osl/testing/test.h>
 #include <osl/userspace_drivers/drivers/drivererror.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/diag/table_readout.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/tablelayout.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <functional>
@@ -15,10 +12,6 @@
 using namespace Osl::Drivers::Zeb;
 using Osl::CppUtil::IpAdrContainer;
 using Osl::CppUtil::MacAdrContainer;
-using Osl::Testing::failureOf;
-using testing::Each;
-using testing::ElementsAre;
-using testing::StartsWith;
 
 using Words = std::vector<uint32_t>;
 
@@ -83,7 +76,7 @@ TEST(EntriesTest, FieldsLieWhereTheFpgaExpectsThemAndAreShownInTheirWidths)
     };
     for (const Case& c : cases) {
         EXPECT_EQ(c.entry.getWords(), c.words) << c.line;
-        Osl::Testing::FakeMem mem(0x8000);
+        FakeMem mem(0x8000);
         std::copy(c.words.begin(), c.words.end(), mem.words.begin() + c.entry.table().rowOffset(c.row));
         std::ostringstream out;
         printTable(mem, c.entry.table(), {c.row, 1, false, true}, out);
@@ -133,7 +126,7 @@ TEST(EntriesTest, GettersSeeTheDecodedRow)
 }
 
 // The commands' tests show the texts of all other ranges.
-TEST(EntriesTest, ConstructorsNameTheFirstFieldThatIsOutOfRange)
+TEST(EntriesTest, ConstructorsAndSettersNameTheFirstFieldThatIsOutOfRange)
 {
     const std::pair<std::function<void()>, const char*> cases[] = {
         {[] { PidLutEntry(256, 8192, 1, 0, false, false); }, "PidLutEntry created/modified with invalid TSIIDX (256)"},
@@ -153,15 +146,6 @@ TEST(EntriesTest, ConstructorsNameTheFirstFieldThatIsOutOfRange)
         {[] { TsiMapEntry(256, 0, true); }, "Cannot create TsiMapEntry - invalid TSIidx (256)"},
         {[] { TsiMapEntry(0, 0, true); }, "Cannot create TsiMapEntry - invalid PIDidx (0)"},
         {[] { FilterTabEntry(256, 256); }, "FilterTabEntry created/modified with invalid FILTTABIDX (256)"},
-    };
-    for (const auto& [step, text] : cases)
-        EXPECT_THAT(failureOf<ZebDriverError>(step), StartsWith(PREFIX + text + "(components/"));
-}
-
-// The commands' tests show the texts of those that they call.
-TEST(EntriesTest, OtherSettersHaveTextsOfTheirOwn)
-{
-    const std::pair<std::function<void()>, const char*> cases[] = {
         {[] { IpInEntry().setIpAddress("nix"); }, "Attempt to set invalid IP address (nix)"},
         {[] { IpInEntry().setUdpPort(65536); }, "Attempt to set invalid UDP port (65536)"},
         {[] { IpInEntry().setTSIidx(256); }, "Attempt to set invalid TSIidx (256)"},
@@ -174,7 +158,7 @@ TEST(EntriesTest, OtherSettersHaveTextsOfTheirOwn)
          "FilterTabEntry created/modified with invalid Packet count value (256)"},
     };
     for (const auto& [step, text] : cases)
-        EXPECT_THAT(failureOf<ZebDriverError>(step), StartsWith(PREFIX + text + "("));
+        EXPECT_THAT(failureOf<ZebDriverError>(step), StartsWith(PREFIX + text + "(components/"));
 }
 
 TEST(EntriesTest, SomeSettersSwitchTheirFlagOn)

@@ -1,13 +1,11 @@
 #include <osl/testing/fake_mem.h>
+#include <osl/testing/test.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/packetiodriver.h>
-
-#include <gtest/gtest.h>
 
 #include <array>
 #include <numeric>
 
 using namespace Osl::Drivers;
-using Osl::Testing::FakeMem;
 using Zeb::PktIODriver;
 
 namespace {

@@ -1,15 +1,10 @@
-#include <osl/testing/failure_of.h>
+#include <osl/testing/test.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/port_names.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <array>
 #include <tuple>
 
 using namespace Osl::Drivers::Zeb;
-using Osl::Testing::failureOf;
-using testing::ElementsAre;
 
 TEST(PortNamesTest, NamesLeadToTheirIndicesAndGapsStayGaps)
 {

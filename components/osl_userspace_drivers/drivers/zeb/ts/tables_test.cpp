@@ -1,7 +1,7 @@
 // What holds for every table: a new one is tested by being declared.
 
-#include <osl/testing/failure_of.h>
 #include <osl/testing/fake_mem.h>
+#include <osl/testing/test.h>
 #include <osl/userspace_drivers/drivers/drivererror.h>
 #include <osl/userspace_drivers/drivers/zeb/scm/scmlayout.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/bankedtable.h>
@@ -12,8 +12,6 @@
 #include <osl/userspace_drivers/drivers/zeb/zeb_devices.h>
 
 #include <fmt/format.h>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <map>
 #include <random>
@@ -23,10 +21,6 @@ using namespace Osl::Drivers::Zeb;
 using Osl::CppUtil::InvalidArgumentError;
 using Osl::Drivers::DevMemError;
 using Osl::Drivers::MemAccessType;
-using Osl::Testing::failureOf;
-using Osl::Testing::FakeMem;
-using testing::ElementsAre;
-using testing::StartsWith;
 
 namespace {
 

@@ -10,7 +10,6 @@
 #include <future>
 #include <memory>
 #include <span>
-#include <string>
 
 namespace Osl::Ts::Streaming {
 
@@ -32,9 +31,7 @@ public:
 
     uint32_t step() override;
 
-    /// Text of the error behind the last step() that did not return 0.
-    const std::string& lastError() const { return m_LastError; }
-    /// That error itself.
+    /// The error behind the last step() that did not return 0.
     const std::exception_ptr& lastFailure() const { return m_LastFailure; }
 
     /// Cancels the reader and waits for a read that still runs; no step may follow.
@@ -54,7 +51,6 @@ private:
     std::unique_ptr<uint8_t, Free> m_Memory;
     std::array<std::span<uint8_t>, 2> m_Storage; ///< in m_Memory; one is read into while the other is written
     std::size_t m_ReadInto = 0;
-    std::string m_LastError;
     std::exception_ptr m_LastFailure;
     std::unique_ptr<ReadAhead> m_ReadAhead;
     std::future<std::span<uint8_t>> m_PendingRead;

@@ -1,14 +1,9 @@
 #include "zeb_fpga_shell/cli/cli_module.h"
 #include "zeb_fpga_shell/shell_error.h"
 
-#include <osl/testing/failure_of.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include <osl/testing/test.h>
 
 using namespace Osl::Utils;
-using Osl::Testing::failureOf;
-using testing::StartsWith;
 
 TEST(CliModuleTest, NamesMustBeNewAndNotReserved)
 {

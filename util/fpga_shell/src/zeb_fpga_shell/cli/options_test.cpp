@@ -1,18 +1,11 @@
 #include "zeb_fpga_shell/cli/options.h"
 #include "zeb_fpga_shell/shell_error.h"
 
-#include <osl/testing/failure_of.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include <osl/testing/test.h>
 
 #include <array>
 
 using namespace Osl::Utils;
-using Osl::Testing::failureOf;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::StartsWith;
 
 namespace {
 
@@ -97,12 +90,4 @@ TEST_F(OptionsTest, WordsThatBelongToNoOptionAreRefusedUnlessHelpIsAskedFor)
     EXPECT_THAT(refusal({"-o", "1", "c"}), HasSubstr("Options parsing failed: unexpected argument \"c\""));
     EXPECT_THAT(refusal({"-c", "1"}), HasSubstr("unexpected argument \"1\""));
     EXPECT_THAT(refusal({"--", "-c"}), HasSubstr("unexpected argument \"-c\""));
-}
-
-TEST_F(OptionsTest, HelpNamesEveryOptionAndItsText)
-{
-    const std::string help = m_Options.help();
-    EXPECT_THAT(help, StartsWith("What it does.\nUsage:\n  cmd [OPTION...]\n"));
-    for (const char* part : {"-o, --offset arg", "(default: 16)", "    --tso arg", "Displays command help."})
-        EXPECT_THAT(help, HasSubstr(part));
 }

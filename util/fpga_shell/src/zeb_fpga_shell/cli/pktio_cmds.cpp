@@ -21,9 +21,11 @@ using Ts::Streaming::DesignatorMode;
 
 namespace {
 
-constexpr OptionDecl VERBOSITY_OPTION{"v,verbosity", OptionKind::TEXT,
-                                      "Log level: trace, debug, info, warning, error or critical", "warning",
-                                      CppUtil::Log::levelNames};
+constexpr OptionDecl VERBOSITY_OPTION{
+    "v,verbosity", OptionKind::TEXT,
+    "What is logged: warnings and errors (trace, debug, info or warning), errors (error), "
+    "or nothing (critical)",
+    "warning", CppUtil::Log::levelNames};
 
 constexpr std::array SEND_OPTIONS{
     OptionDecl{"f,file", OptionKind::PATH, "TS file of 188-byte packets; \"-\" is standard input", "-"},

@@ -1,21 +1,15 @@
 #include "zeb_fpga_shell/cli/bitrate_cmds.h"
 
 #include <osl/testing/argument_vector.h>
-#include <osl/testing/failure_of.h>
 #include <osl/testing/fake_timing.h>
 #include <osl/testing/temp_file.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include <osl/testing/test.h>
 
 #include <fstream>
 #include <sstream>
 
 using namespace Osl;
 using namespace Osl::Utils;
-using Osl::Testing::failureOf;
-using Osl::Testing::TempFile;
-using testing::HasSubstr;
 
 namespace {
 

@@ -3,18 +3,13 @@
 #include <osl/cpputils/stringutils.h>
 #include <osl/testing/argument_vector.h>
 #include <osl/testing/emulation.h>
-#include <osl/testing/failure_of.h>
+#include <osl/testing/test.h>
 #include <osl/userspace_drivers/interfaces/spi/ispibus.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <sstream>
 
 using namespace Osl::Utils;
 using Osl::Spi::SPIError;
-using testing::HasSubstr;
-using testing::StartsWith;
 using Case = std::pair<const char*, const char*>;
 
 namespace {
@@ -22,7 +17,7 @@ namespace {
 /// Output of a command line.
 std::string run(const std::string& line)
 {
-    Osl::Testing::ArgumentVector arguments(Osl::CppUtil::split(line, ' '));
+    ArgumentVector arguments(Osl::CppUtil::split(line, ' '));
     std::ostringstream out;
     std::istringstream in;
     SpiReadCmd reads("spiread", "TBA", "TBA");
@@ -34,7 +29,7 @@ std::string run(const std::string& line)
 
 std::string refusal(const std::string& line)
 {
-    return Osl::Testing::failureOf<SPIError>([&] { run(line); });
+    return failureOf<SPIError>([&] { run(line); });
 }
 
 } // namespace

@@ -4,8 +4,7 @@
 #include <osl/cpputils/error.h>
 #include <osl/testing/fake_mem.h>
 #include <osl/testing/fake_timing.h>
-
-#include <gtest/gtest.h>
+#include <osl/testing/test.h>
 
 #include <sstream>
 

@@ -13,18 +13,6 @@ namespace Osl::Utils {
 
 using namespace Ts;
 
-/// ISO/IEC 13818-1, 2.4.3.3: the counter moves with every packet that has a payload; a packet may come twice, and a
-/// discontinuity may be announced. A packet with a transport error came, so the counter may have moved with it.
-bool CaptureStats::isContinuous(const Stream& stream, const uint8_t* packet)
-{
-    if (!stream.lastCounter || Ll::hasDiscontinuity(packet))
-        return true;
-    const unsigned steps = (Ll::continuityCounter(packet) - *stream.lastCounter) & 0xFU;
-    if (!Ll::hasPayload(packet))
-        return steps <= stream.unreadable;
-    return steps == 0 ? !stream.repeated || stream.unreadable >= 15 : steps <= stream.unreadable + 1;
-}
-
 void CaptureStats::count(uint8_t tsi, const uint8_t* packet, TimePoint time)
 {
     const uint16_t pid = Ll::pid(packet);
@@ -32,21 +20,14 @@ void CaptureStats::count(uint8_t tsi, const uint8_t* packet, TimePoint time)
     if (stream.packets++ == 0)
         stream.first = time;
     stream.last = time;
-    // The fields of a packet with a transport error cannot be relied on.
+    stream.continuityErrors += stream.continuity.isError(packet);
+    // The other fields of a packet with a transport error cannot be relied on.
     if (Ll::hasTransportError(packet)) {
         ++stream.transportErrors;
-        ++stream.unreadable;
         return;
     }
     stream.scrambled += Ll::scramblingControl(packet) != 0;
     stream.pcrs += Ll::hasPcr(packet);
-    if (pid == NULL_PID)
-        return;
-    stream.continuityErrors += !isContinuous(stream, packet);
-    const uint8_t counter = Ll::continuityCounter(packet);
-    stream.repeated = Ll::hasPayload(packet) && counter == stream.lastCounter;
-    stream.lastCounter = counter;
-    stream.unreadable = 0;
 }
 
 std::string CaptureStats::rateOf(const Stream& stream)

@@ -1,10 +1,11 @@
 #pragma once
 
+#include <osl/ts_basics/continuity_check.h>
+
 #include <chrono>
 #include <cstdint>
 #include <iosfwd>
 #include <map>
-#include <optional>
 #include <string>
 #include <utility>
 
@@ -32,12 +33,9 @@ private:
         uint64_t scrambled = 0;
         uint64_t pcrs = 0;
         TimePoint first, last;
-        std::optional<uint8_t> lastCounter;
-        bool repeated = false;   ///< the last packet had the same counter as the one before
-        unsigned unreadable = 0; ///< packets with a transport error since then
+        Ts::ContinuityCheck continuity;
     };
 
-    static bool isContinuous(const Stream& stream, const uint8_t* packet);
     static std::string rateOf(const Stream& stream);
 
     std::map<std::pair<uint8_t, uint16_t>, Stream> m_Streams;

@@ -1,9 +1,8 @@
 #include <osl/testing/fake_mem.h>
+#include <osl/testing/test.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/diag/fpga_diag.h>
 
 #include <fmt/format.h>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <functional>
@@ -12,8 +11,6 @@
 
 using namespace Osl::Drivers::Zeb;
 using Osl::CppUtil::InvalidArgumentError;
-using Osl::Testing::FakeMem;
-using testing::ElementsAre;
 
 namespace {
 
@@ -118,21 +115,15 @@ TEST(FpgaDiagTest, ImportRestoresEveryTableAndSwitchesBothBanksLast)
     }
 }
 
-class FlippedBitTest : public testing::TestWithParam<uint32_t>
-{
-};
-
-TEST_P(FlippedBitTest, IsRefusedInEveryByteWithNothingWritten)
+TEST(FpgaDiagTest, AFlippedBitAnywhereIsRefusedWithNothingWritten)
 {
     std::vector<uint8_t> bytes = imageOf(Board(1));
     Board board(2);
-    for (std::size_t at = 0; at < bytes.size(); at += FLIPPED_BYTES_STRIDE) {
-        const uint8_t before = bytes[at];
-        bytes[at] ^= static_cast<uint8_t>(1U << GetParam());
-        ASSERT_TRUE(isRefused(board, bytes, "CRC")) << "byte " << at;
-        bytes[at] = before;
+    const std::size_t bits = bytes.size() * 8;
+    for (std::size_t bit = 0; bit < bits; bit += 997) { // a prime: every bit of a word, in every table
+        bytes[bit / 8] ^= static_cast<uint8_t>(1U << bit % 8);
+        ASSERT_TRUE(isRefused(board, bytes, "CRC")) << "bit " << bit;
+        bytes[bit / 8] ^= static_cast<uint8_t>(1U << bit % 8);
     }
     EXPECT_EQ(board.pid.accesses + board.io.accesses, 0U);
 }
-
-INSTANTIATE_TEST_SUITE_P(All, FlippedBitTest, testing::Range(0U, 8U));
