@@ -87,13 +87,19 @@ struct TableLayout
     /// First word of a row of a table that is reached at one address.
     constexpr uint32_t rowOffset(uint32_t row) const { return activeBase[0] + row * wordsPerRow; }
 
+    /// Place of a field in `fields`; their number where there is none of that name.
+    constexpr std::size_t placeOf(std::string_view fieldName) const
+    {
+        std::size_t place = 0;
+        while (place < fields.size() && fields[place].at.name != fieldName)
+            ++place;
+        return place;
+    }
+    constexpr bool has(std::string_view fieldName) const { return placeOf(fieldName) < fields.size(); }
     /// Null where there is none of that name.
     constexpr const Field* find(std::string_view fieldName) const
     {
-        for (const Field& field : fields)
-            if (field.at.name == fieldName)
-                return &field;
-        return nullptr;
+        return has(fieldName) ? &fields[placeOf(fieldName)] : nullptr;
     }
     constexpr bool isUnused(std::span<const uint32_t> row) const
     {
@@ -110,11 +116,12 @@ constexpr bool isSound(const TableLayout& table)
     std::array<uint32_t, MAX_ROW_WORDS> used{};
     uint32_t words = 0;
     bool hasPosition = false;
-    for (const Field& field : table.fields) {
+    for (std::size_t place = 0; place < table.fields.size(); ++place) {
+        const Field& field = table.fields[place];
         const Misc::BitField& at = field.at;
-        if (at.width < 1 || at.width > 32 || at.lsb > 32 - at.width || table.find(at.name) != &field)
+        if (at.width < 1 || at.width > 32 || at.lsb > 32 - at.width || table.placeOf(at.name) != place)
             return false;
-        if (field.stuffing > at.max() || (!field.switchesOn.empty() && table.find(field.switchesOn) == nullptr))
+        if (field.stuffing > at.max() || (!field.switchesOn.empty() && !table.has(field.switchesOn)))
             return false;
         if (!field.isStored()) {
             if (std::exchange(hasPosition, true))
@@ -127,7 +134,7 @@ constexpr bool isSound(const TableLayout& table)
         words = std::max(words, at.word + 1);
     }
     for (std::size_t at = 0; (at = table.format.find('{', at)) != std::string_view::npos; ++at)
-        if (table.find(table.format.substr(at + 1, table.format.find_first_of(":}", at) - at - 1)) == nullptr)
+        if (!table.has(table.format.substr(at + 1, table.format.find_first_of(":}", at) - at - 1)))
             return false;
     return words == table.wordsPerRow;
 }
