@@ -112,7 +112,7 @@ def test_whatever_is_typed_the_shell_lives(board):
 
 
 def no_number(what, text):
-    return f'Invalid {what}: "{text}" is no decimal or "0x" hexadecimal number of up to 32 bits'
+    return f'Invalid {what}: "{text}" is not a decimal or "0x" hexadecimal number of up to 32 bits'
 
 
 NOT_OPEN = "Device iplut is not open; type: open iplut\n"
@@ -129,7 +129,7 @@ REFUSED = [  # a line, and why it is refused; its command's usage follows
     ("open pidlut 64 xx", "Too many arguments: 3 given, 2 allowed"),
     ("open scm", "Invalid dev designation: scm"),
     ("open pidlut 64k", no_number("size", "64k")),
-    ("open pidlut 0 ", "Invalid size: a mapping has at least one byte"),
+    ("open pidlut 0 ", "Invalid size: it must be at least one byte"),
     ("close /dev/pidlut", "Invalid dev designation: /dev/pidlut"),
     ("read pidlut 0 ", "Missing argument: 2 given, 3 needed"),
     ("read pidlut -1 1 ", no_number("offset", "-1")),
@@ -137,7 +137,7 @@ REFUSED = [  # a line, and why it is refused; its command's usage follows
     ("write pidlut 0 8bit 256", "write cannot write data. 256 (0x100) is not a 8 bit value"),
     ("write pidlut 0 16bit 0x10000", "write cannot write data. 65536 (0x10000) is not a 16 bit value"),
     ("write pidlut 0 32bit 1z", no_number("data", "1z")),
-    ("readall 8bit", 'Invalid width: "8bit" is none of 8, 16 and 32'),
+    ("readall 8bit", 'Invalid width: "8bit" is not one of 8, 16 and 32'),
     ("writeall 32 xx", no_number("word count", "xx")),
     ("writeall 32 9 ", "Invalid word count: iplut has 8 words of 32 bits, not 9; nothing was written"),
 ]
