@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <charconv>
 #include <climits>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -129,6 +130,24 @@ void overwrite(const std::string& path, std::span<const uint8_t> bytes)
     closeOrRaise(path, std::move(fd));
 }
 
+/// While it lives, only SIGKILL ends this thread; what came meanwhile does afterwards.
+class SignalsDeferred
+{
+public:
+    SignalsDeferred()
+    {
+        sigset_t all = {};
+        sigfillset(&all);
+        ::pthread_sigmask(SIG_SETMASK, &all, &m_Before);
+    }
+    ~SignalsDeferred() { ::pthread_sigmask(SIG_SETMASK, &m_Before, nullptr); }
+    SignalsDeferred(const SignalsDeferred&) = delete;
+    SignalsDeferred& operator=(const SignalsDeferred&) = delete;
+
+private:
+    sigset_t m_Before = {};
+};
+
 /// The new content of a file while it is written: without a name where the file system can do that, so that nothing is
 /// left behind whatever ends the program.
 class Draft
@@ -162,14 +181,15 @@ public:
     /// Puts the draft in the place of its target, in one step; false when that cannot be done here.
     bool place()
     {
+        const SignalsDeferred deferred; // between a name for the draft and the name of the target
         if (!m_Name.empty())
             return rename();
         if (link(m_Target))
             return true;
         constexpr int ATTEMPTS = 100; // for whoever does the same in this folder at this very moment
         for (int i = 0; i < ATTEMPTS && errno == EEXIST; ++i) {
-            // Only a name can take the place of another one. What a process leaves behind that is killed just here is
-            // whole; the next one removes it.
+            // Only a name can take the place of another one. What SIGKILL leaves behind just here is whole; the next
+            // process removes it.
             const std::string name = fmt::format("{}.{}.osl_tmp", m_Folder, nameOf(m_Target));
             ::unlink(name.c_str());
             if (!link(name))
