@@ -101,12 +101,15 @@ def test_export_that_cannot_be_written(board, tmp_path, target, reason):
     assert os.listdir(tmp_path) == []
 
 
-def test_full_disk_leaves_the_old_file(board, tmp_path):
+def test_full_disk_leaves_the_old_file_or_says_that_it_is_lost(board, tmp_path):
     (tmp_path / "old").write_bytes(b"old")
     result = board.sh(f"ulimit -f 8; {TOOL} exptabs -f {tmp_path}/old")
     assert result.status == 255 and "File too large" in result.err
     assert (tmp_path / "old").read_bytes() == b"old"
     assert os.listdir(tmp_path) == ["old"]
+    os.link(tmp_path / "old", tmp_path / "other")  # cannot be replaced, so it is written in its place
+    result = board.sh(f"ulimit -f 8; {TOOL} exptabs -f {tmp_path}/old")
+    assert "old\": File too large; its old content is lost, and the new one is incomplete(" in result.err
 
 
 def test_damaged_images_are_refused_and_change_nothing(board, tmp_path):

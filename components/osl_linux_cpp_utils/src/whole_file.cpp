@@ -32,9 +32,9 @@ constexpr const char* NO_READING = "Unable to open readable file";
 constexpr const char* NO_WRITING = "Unable to open writable file";
 constexpr const char* WRITE_FAILED = "Unable to write file";
 
-[[noreturn]] void raise(const char* what, const std::string& path, int error)
+[[noreturn]] void raise(const char* what, const std::string& path, int error, const char* consequence = "")
 {
-    OSL_RAISE(CppUtil::FileSystemError, fmt::format("{} \"{}\": {}", what, path, std::strerror(error)));
+    OSL_RAISE(CppUtil::FileSystemError, fmt::format("{} \"{}\": {}{}", what, path, std::strerror(error), consequence));
 }
 
 UniqueFD openOrRaise(const char* what, const std::string& path, int flags)
@@ -45,18 +45,11 @@ UniqueFD openOrRaise(const char* what, const std::string& path, int flags)
     return ownFD(fd);
 }
 
-void writeAll(const std::string& path, const UniqueFD& fd, std::span<const uint8_t> bytes)
-{
-    if (!Interruptible::writeAll(*fd, bytes))
-        raise(WRITE_FAILED, path, errno);
-}
-
 /// Some file systems report a failed write only here.
-void closeOrRaise(const std::string& path, UniqueFD fd)
+bool close(UniqueFD fd)
 {
     const std::unique_ptr<int> descriptor(fd.release());
-    if (::close(*descriptor) != 0)
-        raise(WRITE_FAILED, path, errno);
+    return ::close(*descriptor) == 0;
 }
 
 /// "./" or a path that ends in "/".
@@ -117,17 +110,15 @@ void writeThrough(const std::string& path, const std::string& target, std::span<
     const std::optional<int> own = ownDescriptor(target);
     const int copy = own ? ::fcntl(*own, F_DUPFD_CLOEXEC, STDERR_FILENO + 1) : -1;
     UniqueFD fd = copy != -1 ? ownFD(copy) : openOrRaise(NO_WRITING, path, O_WRONLY | O_APPEND);
-    writeAll(path, fd, bytes);
-    closeOrRaise(path, std::move(fd));
+    if (!Interruptible::writeAll(*fd, bytes) || !close(std::move(fd)))
+        raise(WRITE_FAILED, path, errno);
 }
 
 void overwrite(const std::string& path, std::span<const uint8_t> bytes)
 {
     UniqueFD fd = openOrRaise(NO_WRITING, path, O_WRONLY | O_CREAT | O_TRUNC);
-    writeAll(path, fd, bytes);
-    if (::fsync(*fd) != 0)
-        raise(WRITE_FAILED, path, errno);
-    closeOrRaise(path, std::move(fd));
+    if (!Interruptible::writeAll(*fd, bytes) || ::fsync(*fd) != 0 || !close(std::move(fd)))
+        raise(WRITE_FAILED, path, errno, "; its old content is lost, and the new one is incomplete");
 }
 
 /// While it lives, only SIGKILL ends this thread; what came meanwhile does afterwards.
@@ -158,6 +149,7 @@ public:
     {
         int fd = ::open(m_Folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, NEW_FILE_MODE);
         if (fd == -1) {
+            m_Deferred.emplace();
             m_Name = fmt::format("{}.osl_{}.tmp", m_Folder, ::getpid());
             ::unlink(m_Name.c_str()); // left behind by a process that was killed
             fd = ::open(m_Name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, NEW_FILE_MODE);
@@ -181,9 +173,9 @@ public:
     /// Puts the draft in the place of its target, in one step; false when that cannot be done here.
     bool place()
     {
-        const SignalsDeferred deferred; // between a name for the draft and the name of the target
         if (!m_Name.empty())
             return rename();
+        m_Deferred.emplace();
         if (link(m_Target))
             return true;
         constexpr int ATTEMPTS = 100; // for whoever does the same in this folder at this very moment
@@ -223,6 +215,7 @@ private:
         return true;
     }
 
+    std::optional<SignalsDeferred> m_Deferred; ///< from before the draft gets a name until it is gone again
     std::string m_Target;
     std::string m_Folder;
     std::string m_Name; ///< empty while the draft has none
@@ -250,8 +243,7 @@ bool replace(const std::string& path, const std::string& target, const std::opti
     const int fd = *draft.fd();
     if (old && (::fchown(fd, old->st_uid, old->st_gid) != 0 || ::fchmod(fd, old->st_mode & 07777) != 0))
         return false;
-    writeAll(path, draft.fd(), bytes);
-    if (::fsync(fd) != 0)
+    if (!Interruptible::writeAll(fd, bytes) || ::fsync(fd) != 0)
         raise(WRITE_FAILED, path, errno);
     if (!draft.place())
         return false;
