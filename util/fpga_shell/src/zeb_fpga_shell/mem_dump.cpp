@@ -13,7 +13,7 @@ void dumpWords(std::ostream& out, uint32_t firstOffset, const std::vector<Word>&
     constexpr std::size_t WORDS_PER_LINE = 16 / sizeof(Word);
     constexpr std::size_t DIGITS = 2 * sizeof(Word);
     std::string line;
-    for (std::size_t i = 0; i < words.size(); ++i) {
+    for (std::size_t i = 0; i < words.size() && out; ++i) {
         if (i % WORDS_PER_LINE == 0)
             line = fmt::format("0x{:08x}:  ", firstOffset + static_cast<uint32_t>(i));
         fmt::format_to(std::back_inserter(line), "0x{:0{}x} ", words[i], DIGITS);
