@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <fcntl.h>
 #include <fstream>
 #include <optional>
 #include <sstream>
@@ -23,12 +24,23 @@ constexpr int NO_DESCRIPTOR = -1;
 
 enum class Attempt { LOCKED, TAKEN, NOT_SUPPORTED };
 
-Attempt tryLock(int descriptor, const std::string& path)
+int change(int descriptor, LockKind kind, bool lock)
 {
-    if (::flock(descriptor, LOCK_EX | LOCK_NB) == 0)
+    if (kind == LockKind::FILE)
+        return ::flock(descriptor, lock ? LOCK_EX | LOCK_NB : LOCK_UN);
+    struct flock whole = {};
+    whole.l_type = lock ? F_WRLCK : F_UNLCK;
+    whole.l_whence = SEEK_SET;
+    return ::fcntl(descriptor, F_OFD_SETLK, &whole);
+}
+
+Attempt tryLock(int descriptor, const std::string& path, LockKind kind)
+{
+    if (change(descriptor, kind, true) == 0)
         return Attempt::LOCKED;
     switch (errno) {
     case EWOULDBLOCK:
+    case EACCES:
     case EINTR:
         return Attempt::TAKEN;
     case ENOSYS: // small kernels can leave file locks out
@@ -39,7 +51,7 @@ Attempt tryLock(int descriptor, const std::string& path)
     }
 }
 
-/// The process that holds a lock on the file, as the kernel lists it: "1: FLOCK  ADVISORY  WRITE 714 fd:01:262146 0
+/// The process that holds a FILE lock, as the kernel lists it: "1: FLOCK  ADVISORY  WRITE 714 fd:01:262146 0
 /// EOF".
 std::optional<int> holderOf(int descriptor)
 {
@@ -60,9 +72,9 @@ std::optional<int> holderOf(int descriptor)
     return std::nullopt;
 }
 
-std::string describeHolder(int descriptor)
+std::string describeHolder(int descriptor, LockKind kind)
 {
-    const std::optional<int> process = holderOf(descriptor);
+    const std::optional<int> process = kind == LockKind::FILE ? holderOf(descriptor) : std::nullopt;
     if (!process)
         return "another process";
     std::string name;
@@ -72,19 +84,22 @@ std::string describeHolder(int descriptor)
 
 } // namespace
 
-FileLock::FileLock(int descriptor, const std::string& path, const LockPatience& patience) : m_Descriptor(descriptor)
+FileLock::FileLock(int descriptor, const std::string& path, const LockPatience& patience, LockKind kind)
+    : m_Descriptor(descriptor),
+      m_Kind(kind)
 {
     const Clock::time_point deadline = Clock::now() + patience.duration;
     for (;;) {
-        const Attempt attempt = tryLock(descriptor, path);
+        const Attempt attempt = tryLock(descriptor, path, kind);
         if (attempt == Attempt::NOT_SUPPORTED)
             m_Descriptor = NO_DESCRIPTOR;
         if (attempt != Attempt::TAKEN)
             return;
         if (patience.stopped && patience.stopped())
-            OSL_RAISE(LockError, fmt::format("Stopped while {} was in use by {}", path, describeHolder(descriptor)));
+            OSL_RAISE(LockError,
+                      fmt::format("Stopped while {} was in use by {}", path, describeHolder(descriptor, kind)));
         if (Clock::now() >= deadline)
-            OSL_RAISE(LockError, fmt::format("{} is in use by {}{}", path, describeHolder(descriptor),
+            OSL_RAISE(LockError, fmt::format("{} is in use by {}{}", path, describeHolder(descriptor, kind),
                                              patience.duration.count() == 0
                                                  ? ""
                                                  : fmt::format(", and was so for {} ms", patience.duration.count())));
@@ -95,9 +110,13 @@ FileLock::FileLock(int descriptor, const std::string& path, const LockPatience& 
 FileLock::~FileLock()
 {
     if (m_Descriptor != NO_DESCRIPTOR)
-        ::flock(m_Descriptor, LOCK_UN);
+        change(m_Descriptor, m_Kind, false);
 }
 
-FileLock::FileLock(FileLock&& other) noexcept : m_Descriptor(std::exchange(other.m_Descriptor, NO_DESCRIPTOR)) {}
+FileLock::FileLock(FileLock&& other) noexcept
+    : m_Descriptor(std::exchange(other.m_Descriptor, NO_DESCRIPTOR)),
+      m_Kind(other.m_Kind)
+{
+}
 
 } // namespace Osl::LinuxCppUtil

@@ -117,6 +117,16 @@ TEST_F(PcrSegmentingWriterTest, WithoutPcrSegmentsStayShortAndNothingWaitsForOne
                 HasSubstr("PID 256 (0x0100) paced the stream but had no PCR for 23001 packets"));
 }
 
+TEST_F(PcrSegmentingWriterTest, LiveStreamGoesOnWithoutPcrUntilOneComes)
+{
+    write({PLAIN, PLAIN});
+    m_Writer->stopWaitingForPcr();
+    write({PLAIN});
+    write({PLAIN, pcr(0), PLAIN});
+    write({PLAIN, pcr(600)});
+    EXPECT_THAT(m_Hw.m_Segments, ElementsAre(Segment{3, 24366, 0}, Segment{1, 8122, 3}, Segment{3, 600, 4}));
+}
+
 TEST_F(PcrSegmentingWriterTest, RefusedSegmentIsDroppedAndTheNextOneGoes)
 {
     m_Hw.m_SpacingLimit = 500;

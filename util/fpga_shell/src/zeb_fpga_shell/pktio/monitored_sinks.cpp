@@ -65,8 +65,10 @@ ssize_t MonitoredChannel::write(const uint8_t* segment, std::size_t bytes, uint6
     return written;
 }
 
-MonitoredPort::MonitoredPort(Drivers::Zeb::PktIODriver& port, uint32_t header, SendMonitor& monitor)
+MonitoredPort::MonitoredPort(Drivers::Zeb::PktIODriver& port, LinuxCppUtil::FileLock lock, uint32_t header,
+                             SendMonitor& monitor)
     : m_Port(port),
+      m_Lock(std::move(lock)),
       m_Header(header),
       m_Monitor(monitor)
 {

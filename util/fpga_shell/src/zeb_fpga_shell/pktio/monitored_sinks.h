@@ -32,17 +32,20 @@ private:
     bool m_IsByteStream; ///< a pipe or file stands for the device: it has no transfers that could be cut
 };
 
-/// The packet port's registers as a sink: one packet at a time, as soon as the port is free.
+/// The packet port's registers as a sink that is this process's alone: one packet at a time, as soon as the port is
+/// free.
 class MonitoredPort : public Ts::Streaming::ITsWriter
 {
 public:
-    /// `header` goes before every packet. `port` and `monitor` must outlive this object.
-    MonitoredPort(Drivers::Zeb::PktIODriver& port, uint32_t header, SendMonitor& monitor);
+    /// `header` goes before every packet. `lock` keeps out other senders. `port` and `monitor` must outlive this
+    /// object.
+    MonitoredPort(Drivers::Zeb::PktIODriver& port, LinuxCppUtil::FileLock lock, uint32_t header, SendMonitor& monitor);
 
     void write(std::span<const uint8_t> buffer) override;
 
 private:
     Drivers::Zeb::PktIODriver& m_Port;
+    LinuxCppUtil::FileLock m_Lock;
     uint32_t m_Header;
     SendMonitor& m_Monitor;
 };

@@ -21,6 +21,7 @@
 #include <cstring>
 #include <exception>
 #include <fcntl.h>
+#include <optional>
 #include <unistd.h>
 #include <utility>
 
@@ -61,6 +62,7 @@ private:
     void move();
     std::string describeFailure() const;
     void finish();
+    void goOnWithoutPcr();
     void warnWithoutPcr();
     std::string summary() const;
 
@@ -75,6 +77,7 @@ private:
     LoopFiller* m_LoopFiller = nullptr;                ///< only in a loop; owned by the pipeline
     SyncGuard* m_SyncGuard = nullptr;                  ///< owned by the pipeline
     std::unique_ptr<TsStreamer> m_Streamer;
+    std::optional<std::chrono::steady_clock::time_point> m_FirstPackets;
     bool m_WarnedWithoutPcr = false;
     bool m_EndReached = false;
     std::string m_Failure;
@@ -150,18 +153,33 @@ std::unique_ptr<ITsWriter> Transmission::makeWriter()
         return segmenter;
     }
     auto registers = std::make_shared<Pci::PciIf>(m_Environment.port.path, m_Environment.port.mapSize, 0);
+    // Apart from the lock of those who receive by registers, which are others.
+    LinuxCppUtil::FileLock lock(registers->descriptor(), m_Environment.port.path, {}, LinuxCppUtil::LockKind::RECORD);
     // The port's driver waits for a free port without limit; only the user can end that.
     m_Port = std::make_unique<Drivers::Zeb::PktIODriver>(std::move(registers), [this] {
         if (!m_Environment.timing.wait(std::chrono::milliseconds(1), m_Environment.stopped))
             OSL_RAISE(WriteError, "Stopped by the user", WriteReason::STOPPED);
     });
-    return std::make_unique<MonitoredPort>(*m_Port, m_Header, m_Monitor);
+    return std::make_unique<MonitoredPort>(*m_Port, std::move(lock), m_Header, m_Monitor);
 }
 
 std::unique_ptr<TsStreamer> Transmission::makeStreamer()
 {
     auto writer = makeWriter();
     return std::make_unique<TsStreamer>(makeReader(), makeProcessor(), std::move(writer), m_Settings.bufferPackets);
+}
+
+/// From a pipe, packets that wait for a PCR are silence on air.
+void Transmission::goOnWithoutPcr()
+{
+    constexpr std::chrono::milliseconds LONGEST_PCR_INTERVAL{100}; // in any transport stream
+    if (m_Segmenter == nullptr || m_File.fileBytes() != 0 || m_Segmenter->pcrPid() != NULL_PID)
+        return;
+    const auto now = m_Environment.timing.now();
+    if (!m_FirstPackets)
+        m_FirstPackets = now;
+    if (now - *m_FirstPackets >= LONGEST_PCR_INTERVAL)
+        m_Segmenter->stopWaitingForPcr();
 }
 
 void Transmission::warnWithoutPcr()
@@ -180,6 +198,7 @@ void Transmission::move()
     uint32_t status = 0;
     while (status == 0 && !m_Environment.stopped()) {
         status = m_Streamer->step();
+        goOnWithoutPcr();
         warnWithoutPcr();
     }
     m_Streamer->endReading();

@@ -88,14 +88,23 @@ TEST_F(TransmissionTest, SendsEveryPacketInSegmentsAndSaysSo)
     EXPECT_EQ(m_Warnings, "");
 }
 
-TEST_F(TransmissionTest, ChannelThatAnotherProcessSendsThroughIsLeftAlone)
+TEST_F(TransmissionTest, WhatAnotherProcessSendsThroughIsLeftAlone)
 {
+    using LinuxCppUtil::FileLock, LinuxCppUtil::LockError, LinuxCppUtil::LockKind;
     makeFile(102);
-    const auto other = LinuxCppUtil::makeUniqueFD(m_Folder + "/tx0", O_RDWR);
-    const LinuxCppUtil::FileLock lock(*other, "tx0");
-    EXPECT_THAT(Testing::failureOf<LinuxCppUtil::LockError>([this] { send(); }),
-                HasSubstr(m_Folder + "/tx0 is in use by process "));
+    const auto channel = LinuxCppUtil::makeUniqueFD(m_Folder + "/tx0", O_RDWR);
+    const FileLock lock(*channel, "tx0");
+    EXPECT_THAT(Testing::failureOf<LockError>([this] { send(); }), HasSubstr(m_Folder + "/tx0 is in use by process "));
     EXPECT_EQ(sentBytes(), 0U);
+
+    m_Settings.byRegisters = true;
+    m_Timing.onWait = [this] { m_Stopped = true; };
+    const auto port = LinuxCppUtil::makeUniqueFD(m_Port.path(), O_RDWR);
+    const FileLock receiver(*port, "port");
+    EXPECT_EQ(send().failure, "");
+    const FileLock sender(*port, "port", {}, LockKind::RECORD);
+    EXPECT_THAT(Testing::failureOf<LockError>([this] { send(); }),
+                HasSubstr(m_Port.path() + " is in use by another process("));
 }
 
 TEST_F(TransmissionTest, StopEndsTheSendBehindASegment)

@@ -42,6 +42,9 @@ public:
     /// buffer are then dropped, the writer stays usable.
     void write(std::span<const uint8_t> buffer) override;
 
+    /// For a live stream that has had no PCR for long enough: from the next write() on, nothing waits for the first.
+    void stopWaitingForPcr() { m_Untimed = true; }
+
     /// Sends the segment that is still open, with the duration of the one before. Raises as write() does.
     void finish();
 
@@ -62,7 +65,7 @@ private:
     uint64_t m_LastBase = 0;
     uint16_t m_LastExtension = 0;
     bool m_HaveLastPcr = false;
-    bool m_Untimed = false; ///< MAX_UNTIMED_PACKETS have passed without a PCR, and none has come since
+    bool m_Untimed = false; ///< nothing waits for the first PCR any more
     std::optional<uint32_t> m_LastDuration;
     std::size_t m_LastPackets = 0; ///< in the segment that m_LastDuration was for
 };
