@@ -13,10 +13,8 @@ AssertionHandler& assertionHandler()
     return handler;
 }
 
-void check(bool condition, std::string_view expressionText, std::string_view message, const char* file, int line)
+void reportFailure(std::string_view expressionText, std::string_view message, const char* file, int line)
 {
-    if (condition)
-        return;
     const AssertionHandler& handler = assertionHandler();
 
     std::string report = fmt::format("Assertion failed: [{}] \nat:{}:{}\n", expressionText, file, line);

@@ -5,8 +5,6 @@
 namespace Osl::LinuxCppUtil::Detail {
 namespace {
 
-thread_local FaultFrame* t_Innermost = nullptr;
-
 void onBusError(int signal, siginfo_t* info, void*)
 {
     if (t_Innermost == nullptr) {
@@ -18,7 +16,9 @@ void onBusError(int signal, siginfo_t* info, void*)
     siglongjmp(t_Innermost->resume, 1);
 }
 
-bool installHandler()
+} // namespace
+
+bool installFaultHandler()
 {
     struct sigaction action = {};
     action.sa_sigaction = &onBusError;
@@ -26,16 +26,5 @@ bool installHandler()
     action.sa_flags = SA_SIGINFO | SA_NODEFER;
     return ::sigaction(SIGBUS, &action, nullptr) == 0;
 }
-
-} // namespace
-
-void enterGuard(FaultFrame& frame)
-{
-    [[maybe_unused]] static const bool installed = installHandler();
-    frame.outer = t_Innermost;
-    t_Innermost = &frame;
-}
-
-void leaveGuard(const FaultFrame& frame) { t_Innermost = frame.outer; }
 
 } // namespace Osl::LinuxCppUtil::Detail

@@ -22,15 +22,34 @@ uint64_t alignmentOf(MemAccessType type)
     return 0;
 }
 
+// Texts are made apart from the accesses: a table takes thousands of these.
+[[noreturn]] void raiseOutside(uint64_t byteOffset, uint64_t bytes)
+{
+    OSL_RAISE(DevMemError, fmt::format("Cannot access device memory. Byte offset {} and byte size {} crosses memory "
+                                       "segment boundary",
+                                       byteOffset, bytes));
+}
+
+[[noreturn]] void raiseMisaligned(uint64_t byteOffset, uint64_t bytes, MemAccessType type)
+{
+    OSL_RAISE(DevMemError, fmt::format("Cannot access device memory. Byte offset {}, byte size {} and memory access "
+                                       "type \"{}\" causes invalid allignment.",
+                                       byteOffset, bytes, toString(type)));
+}
+
+[[noreturn]] void raiseFault(int64_t byteOffset, MemAccessType type)
+{
+    OSL_RAISE(DevMemError, fmt::format("Device does not answer. Access of type \"{}\" at byte offset {} failed with a "
+                                       "bus error",
+                                       toString(type), byteOffset));
+}
+
 template <class Word, class Access>
 void touch(volatile Word* first, uint32_t offset, MemAccessType type, const Access& access)
 {
     if (const auto fault = LinuxCppUtil::guardMemoryFault(access)) {
         const auto distance = static_cast<const volatile char*>(*fault) - reinterpret_cast<volatile char*>(first);
-        OSL_RAISE(DevMemError,
-                  fmt::format("Device does not answer. Access of type \"{}\" at byte offset {} failed with a "
-                              "bus error",
-                              toString(type), int64_t{offset} * int64_t{sizeof(Word)} + distance));
+        raiseFault(int64_t{offset} * int64_t{sizeof(Word)} + distance, type);
     }
 }
 
@@ -39,16 +58,10 @@ void touch(volatile Word* first, uint32_t offset, MemAccessType type, const Acce
 void LinDevMemAccessor::checkAccess(const MemSegment& segment, uint64_t byteOffset, uint64_t bytes, MemAccessType type)
 {
     if (byteOffset + bytes > segment.bytes)
-        OSL_RAISE(DevMemError,
-                  fmt::format("Cannot access device memory. Byte offset {} and byte size {} crosses memory "
-                              "segment boundary",
-                              byteOffset, bytes));
+        raiseOutside(byteOffset, bytes);
     const uint64_t alignment = alignmentOf(type); // a power of two: no division, which costs more than the access
     if (alignment == 0 || (byteOffset & (alignment - 1)) != 0)
-        OSL_RAISE(DevMemError,
-                  fmt::format("Cannot access device memory. Byte offset {}, byte size {} and memory access "
-                              "type \"{}\" causes invalid allignment.",
-                              byteOffset, bytes, toString(type)));
+        raiseMisaligned(byteOffset, bytes, type);
 }
 
 template <class Word>

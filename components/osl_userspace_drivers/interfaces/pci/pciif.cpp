@@ -80,11 +80,16 @@ Drivers::LinDevMemAccessor::MemSegment PciIf::getMemSegment()
 
 void PciIf::checkAccessible()
 {
+    if (!isOpen() || !isMapped())
+        raiseInaccessible();
+}
+
+void PciIf::raiseInaccessible() const
+{
     if (!isOpen())
         OSL_RAISE(PciError, fmt::format("Cannot access device memory. Device {} is not open.", m_Path));
-    if (!isMapped())
-        OSL_RAISE(PciError,
-                  fmt::format("Cannot access device memory. Device {} has no memory mapped into user space.", m_Path));
+    OSL_RAISE(PciError,
+              fmt::format("Cannot access device memory. Device {} has no memory mapped into user space.", m_Path));
 }
 
 } // namespace Osl::Pci

@@ -20,7 +20,14 @@ struct AssertionHandler
 /// The process-wide handler. Creation is thread-safe; changing it is not synchronised with reporting.
 AssertionHandler& assertionHandler();
 
-/// Reports a failed assertion, then aborts unless the handler says otherwise. Does nothing when `condition` holds.
-void check(bool condition, std::string_view expressionText, std::string_view message, const char* file, int line);
+/// Reports a failed assertion, then aborts unless the handler says otherwise.
+void reportFailure(std::string_view expressionText, std::string_view message, const char* file, int line);
+
+/// reportFailure() when `condition` does not hold.
+inline void check(bool condition, std::string_view expressionText, std::string_view message, const char* file, int line)
+{
+    if (!condition)
+        reportFailure(expressionText, message, file, line);
+}
 
 } // namespace Osl::CppUtil

@@ -15,8 +15,10 @@ struct FaultFrame
     FaultFrame* outer = nullptr;
 };
 
-void enterGuard(FaultFrame& frame);
-void leaveGuard(const FaultFrame& frame);
+/// The guard that the next fault of this thread resumes.
+inline constinit thread_local FaultFrame* t_Innermost = nullptr;
+
+bool installFaultHandler();
 
 } // namespace Detail
 
@@ -27,14 +29,16 @@ void leaveGuard(const FaultFrame& frame);
 template <class Access>
 std::optional<const volatile void*> guardMemoryFault(const Access& access)
 {
+    [[maybe_unused]] static const bool installed = Detail::installFaultHandler();
     Detail::FaultFrame frame;
-    Detail::enterGuard(frame);
+    frame.outer = Detail::t_Innermost;
+    Detail::t_Innermost = &frame;
     if (sigsetjmp(frame.resume, 0) != 0) {
-        Detail::leaveGuard(frame);
+        Detail::t_Innermost = frame.outer;
         return frame.address;
     }
     access();
-    Detail::leaveGuard(frame);
+    Detail::t_Innermost = frame.outer;
     return std::nullopt;
 }
 

@@ -88,7 +88,7 @@ ScmDriver::Rows ScmDriver::readActive(const BankedTable& banks)
 void ScmDriver::replace(BankedTable& banks, const Rows& rows)
 {
     const auto words = std::views::values(rows);
-    banks.fill(std::vector<uint32_t>(words.begin(), words.end()), BankedTable::Writes::AT_ONCE);
+    banks.fill(std::vector<uint32_t>(words.begin(), words.end()));
     banks.switchBanks();
 }
 

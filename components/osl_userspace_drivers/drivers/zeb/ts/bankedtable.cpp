@@ -2,7 +2,6 @@
 #include <osl/userspace_drivers/drivers/zeb/ts/bankedtable.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/fieldentry.h>
 
-#include <algorithm>
 #include <atomic>
 
 namespace Osl::Drivers::Zeb {
@@ -26,16 +25,24 @@ std::vector<uint32_t> BankedTable::wholeBank(std::span<const uint32_t> rows) con
     return words;
 }
 
-void BankedTable::fill(std::span<const uint32_t> rows, Writes writes)
+void BankedTable::fill(std::span<const uint32_t> rows)
 {
-    const std::vector<uint32_t> words = wholeBank(rows);
-    const uint32_t step = writes == Writes::AT_ONCE ? m_Table.words() : m_Table.wordsPerRow;
-    std::vector<uint32_t> block(step);
-    for (uint32_t at = 0; at < m_Table.words(); at += step) {
-        std::copy_n(words.begin() + at, step, block.begin());
-        m_Memory.writeBlock32(idleBase() + at, block);
-        barrier();
-    }
+    m_Memory.writeBlock32(idleBase(), wholeBank(rows));
+    barrier();
+}
+
+void BankedTable::writeIdleRow(uint32_t row, const std::vector<uint32_t>& words)
+{
+    OSL_ASSERT(row < m_Table.rows && words.size() == m_Table.wordsPerRow);
+    m_Memory.writeBlock32(idleBase() + row * m_Table.wordsPerRow, words);
+    barrier();
+}
+
+void BankedTable::leaveUnused(uint32_t row)
+{
+    const FieldEntry unused(m_Table);
+    for (; row < m_Table.rows; ++row)
+        writeIdleRow(row, unused.getWords());
 }
 
 bool BankedTable::idleHolds(std::span<const uint32_t> rows)

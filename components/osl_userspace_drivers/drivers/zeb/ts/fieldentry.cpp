@@ -4,7 +4,6 @@
 
 #include <fmt/format.h>
 
-#include <array>
 #include <string>
 
 namespace Osl::Drivers::Zeb {
@@ -17,23 +16,24 @@ void refuse(std::string_view refusal, std::string_view value)
 
 FieldEntry::FieldEntry(const TableLayout& table) : SerilizeableEntry(table.wordsPerRow), m_Table(&table) { stuff(); }
 
-FieldEntry::FieldEntry(const TableLayout& table, std::vector<uint32_t> words)
+FieldEntry::FieldEntry(const TableLayout& table, std::vector<uint32_t> words, const RowBits& used)
     : SerilizeableEntry(std::move(words)),
       m_Table(&table)
 {
     OSL_ASSERT(m_Words.size() == table.wordsPerRow);
-    FieldEntry::deserialize();
+    keepOnly(used);
 }
 
 bool FieldEntry::deserialize()
 {
-    std::array<uint32_t, MAX_ROW_WORDS> used{};
-    for (const Field& field : m_Table->fields)
-        if (field.isStored())
-            used[field.at.word] |= field.at.mask();
+    keepOnly(m_Table->usedBits());
+    return true;
+}
+
+void FieldEntry::keepOnly(const RowBits& used)
+{
     for (std::size_t word = 0; word < m_Words.size(); ++word)
         m_Words[word] &= used[word];
-    return true;
 }
 
 void FieldEntry::setStuffing() { stuff(); }

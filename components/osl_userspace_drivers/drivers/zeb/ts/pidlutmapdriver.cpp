@@ -32,7 +32,7 @@ void PidLutMapDriver::writePidLut(const PidLutEntries& entries)
                                               ".ZEBTSIF FPGA supports a maximum of {}.",
                                               entries.size(), PID_LUT.rows));
     BankedTable lut(*m_Memory, PID_LUT);
-    lut.fill(wordsOf(std::views::values(entries)));
+    lut.fillByRow(std::views::values(entries) | std::views::transform(&PidLutEntry::getWords));
     lut.switchBanks();
 }
 

@@ -193,7 +193,7 @@ TEST_P(TablesTest, BanksAreFilledInOrderReadBackAndSwitchedLast)
         changed.back() ^= 1;
         const uint32_t idle = T.spare(control);
         BankedTable banks(m_Mem, T);
-        banks.fill(changed);
+        banks.fillByRow(std::array{changed});
         std::vector<Operation> expected{{MemAccessType::R32, T.bankWord, {control}}};
         for (uint32_t row = 0; row < T.rows; ++row)
             expected.push_back({MemAccessType::W32, idle + row * T.wordsPerRow, row == 0 ? changed : unused});
@@ -226,7 +226,7 @@ TEST_P(TablesTest, RandomEditsReadAsAModelSays)
             Words rows(T.wordsPerRow * (random() % (T.rows + 1)));
             std::generate(rows.begin(), rows.end(), std::ref(random));
             BankedTable banks(m_Mem, T);
-            banks.fill(rows, edit % 2 == 0 ? BankedTable::Writes::BY_ROW : BankedTable::Writes::AT_ONCE);
+            banks.fill(rows);
             banks.switchBanks();
             const Words unused = FieldEntry(T).getWords();
             while (rows.size() < T.words())

@@ -55,7 +55,7 @@ void importTables(IMemIf& pidMemory, IMemIf& ioMemory, std::span<const uint8_t> 
         const auto section = std::exchange(data_it, data_it + table->words());
         if (table->hasBanks()) {
             BankedTable banks(memory, *table);
-            banks.fill({section, data_it}, BankedTable::Writes::AT_ONCE);
+            banks.fill({section, data_it});
             banks.switchBanks();
         } else {
             memory.writeBlock32(table->rowOffset(0), {section, data_it});

@@ -39,6 +39,7 @@ public:
     void checkAccessible() override;
 
 private:
+    [[noreturn]] void raiseInaccessible() const;
     bool endsBeforeMapping() const;
 
     std::string m_Path;

@@ -4,7 +4,6 @@
 #include <osl/userspace_drivers/interfaces/imemif.h>
 
 #include <cstdint>
-#include <iterator>
 #include <span>
 #include <vector>
 
@@ -16,9 +15,6 @@ namespace Osl::Drivers::Zeb {
 class BankedTable
 {
 public:
-    /// Whether a bank is written with a block write for each row, or with a single one.
-    enum class Writes { BY_ROW, AT_ONCE };
-
     /// Reads which bank is in use. `memory` and `table` must outlive this.
     BankedTable(IMemIf& memory, const TableLayout& table);
 
@@ -27,9 +23,18 @@ public:
     /// First word of the other one.
     uint32_t idleBase() const { return m_Table.spare(m_Control); }
 
-    /// Writes every row of the idle bank: `rows`, the words of whole rows, then rows that are not in use. There must
-    /// not be more rows than the table has.
-    void fill(std::span<const uint32_t> rows, Writes writes = Writes::BY_ROW);
+    /// Writes every row of the idle bank with a single block write: `rows`, the words of whole rows, then rows that are
+    /// not in use. There must not be more rows than the table has.
+    void fill(std::span<const uint32_t> rows);
+    /// The same with a block write for each row; `rows` gives their words, a vector each.
+    template <class Rows>
+    void fillByRow(const Rows& rows)
+    {
+        uint32_t row = 0;
+        for (const std::vector<uint32_t>& words : rows)
+            writeIdleRow(row++, words);
+        leaveUnused(row);
+    }
     /// Reads the idle bank back and answers whether it holds what fill(rows) writes. Only for a table whose idle bank
     /// is readable.
     bool idleHolds(std::span<const uint32_t> rows);
@@ -37,6 +42,9 @@ public:
     void switchBanks();
 
 private:
+    void writeIdleRow(uint32_t row, const std::vector<uint32_t>& words);
+    /// Writes the rows from this one on as not in use.
+    void leaveUnused(uint32_t row);
     std::vector<uint32_t> wholeBank(std::span<const uint32_t> rows) const;
     void barrier() const;
 
@@ -44,19 +52,5 @@ private:
     const TableLayout& m_Table;
     uint32_t m_Control;
 };
-
-/// The words of `entries` one after the other, as BankedTable takes them.
-template <class Entries>
-std::vector<uint32_t> wordsOf(const Entries& entries)
-{
-    std::vector<uint32_t> words;
-    for (const auto& entry : entries) {
-        const auto& row = entry.getWords();
-        if (words.empty())
-            words.reserve(std::size(entries) * row.size());
-        words.insert(words.end(), row.begin(), row.end());
-    }
-    return words;
-}
 
 } // namespace Osl::Drivers::Zeb

@@ -21,8 +21,6 @@ class FieldEntry : public Misc::SerilizeableEntry<uint32_t>
 public:
     /// A row that is not in use. `table` must outlive the row.
     explicit FieldEntry(const TableLayout& table);
-    /// The row that the hardware keeps in these words, as many as the table's rows have.
-    FieldEntry(const TableLayout& table, std::vector<uint32_t> words);
 
     void serialize() override {} // the words hold the fields at any time
     /// Any words are a valid row.
@@ -42,6 +40,9 @@ public:
     bool isUnused() const { return m_Table->isUnused(m_Words); }
 
 protected:
+    /// The row that the hardware keeps in these words, as many as the table's rows have. `used` are its fields' bits.
+    FieldEntry(const TableLayout& table, std::vector<uint32_t> words, const RowBits& used);
+
     /// set() with the text of a constructor.
     void create(const Field& field, uint32_t value)
     {
@@ -50,11 +51,12 @@ protected:
 
 private:
     void stuff();
+    void keepOnly(const RowBits& used);
     void put(const Field& field, uint32_t value, std::string_view refusal);
     void store(const Field& field, uint32_t value);
 
+    uint32_t m_Position = 0; // first: it fills a gap, and a full table has thousands of rows
     const TableLayout* m_Table;
-    uint32_t m_Position = 0;
 };
 
 /// Raises ZebDriverError with a field's refusal of a value.
@@ -78,7 +80,7 @@ public:
 
     /// A row that is not in use.
     DeclaredEntry() : FieldEntry(TABLE) {}
-    explicit DeclaredEntry(std::vector<uint32_t> words) : FieldEntry(TABLE, std::move(words)) {}
+    explicit DeclaredEntry(std::vector<uint32_t> words) : FieldEntry(TABLE, std::move(words), USED_BITS) {}
 
     template <CppUtil::FixedText NAME>
     static constexpr const Field& FIELD = *TABLE.find(NAME.chars);
@@ -111,6 +113,9 @@ protected:
     {
         return std::tuple(get(FIELD<NAMES>)...);
     }
+
+private:
+    static constexpr RowBits USED_BITS = TABLE.usedBits();
 };
 
 } // namespace Osl::Drivers::Zeb

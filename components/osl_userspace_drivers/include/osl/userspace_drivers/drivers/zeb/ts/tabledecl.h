@@ -16,6 +16,7 @@ inline constexpr uint32_t POSITION = 0xFFFFFFFF;
 
 /// Most words that a row can have.
 inline constexpr std::size_t MAX_ROW_WORDS = 4;
+using RowBits = std::array<uint32_t, MAX_ROW_WORDS>;
 
 /// All that there is to know of a field of a table's rows.
 struct Field
@@ -100,6 +101,15 @@ struct TableLayout
     constexpr const Field* find(std::string_view fieldName) const
     {
         return has(fieldName) ? &fields[placeOf(fieldName)] : nullptr;
+    }
+    /// The bits of a row that belong to a field.
+    constexpr RowBits usedBits() const
+    {
+        RowBits used{};
+        for (const Field& field : fields)
+            if (field.isStored())
+                used[field.at.word] |= field.at.mask();
+        return used;
     }
     constexpr bool isUnused(std::span<const uint32_t> row) const
     {
