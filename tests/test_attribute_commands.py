@@ -5,7 +5,7 @@ import random
 
 import pytest
 
-from harness.board import TOOL, without_places
+from harness.board import TOOL, rounds, without_places
 
 MC = "sys/class/net/sfp/mcnotlut"
 MC_SIZE = "sys/class/net/sfp/mcnotlut_size"
@@ -34,7 +34,7 @@ def test_multicast_filter_agrees_with_a_model(board):
     addresses = [0, *(0xEF000001 + i for i in range(6))]
     table = [0] * 4 + [0x0A000000 + i for i in range(58)] + [addresses[1]] * 2
     board.poke(MC, 0, *table)
-    for _ in range(150):
+    for _ in range(rounds(150)):
         address = chance.choice(addresses)
         there = [i for i, entry in enumerate(table) if entry == address]
         vacant = [i for i, entry in enumerate(table) if entry == 0]
@@ -70,7 +70,7 @@ def test_cam_monitor_agrees_with_a_model(board):
             os.truncate(board.path(cam(slot, name)), 24)
         board.poke(cam(slot, "pidtab"), 0, *table)
         board.poke(cam(slot, "pktcntrs"), 0, *counters)
-    for _ in range(150):
+    for _ in range(rounds(150)):
         slot = chance.choice(list(tables))
         table = tables[slot]
         pid = chance.choice([0x20, 0x21, 0x40, 0x100, 0x1FFD, 0x1FFE, 0x1234, 0x1111])

@@ -5,7 +5,7 @@ import random
 
 import pytest
 
-from harness.board import PIDLUT, PKTIO, SIZES, TOOL, run_bare, without_places
+from harness.board import PIDLUT, PKTIO, SIZES, TOOL, rounds, run_bare, without_places
 
 # What the rows below find in the packet port's registers.
 CONTENT = [0x03020100, 0x07060504, 0x0B0A0908, 0x0F0E0D0C, 0x13121110]
@@ -162,7 +162,7 @@ def test_random_accesses_agree_with_a_model(board):
     designations = {"router": PIDLUT, "pktio": PKTIO}
     model = {name: bytearray(content) for name, content in board.memory().items()}
     per_line = {8: 16, 16: 8, 32: 4}
-    for _ in range(300):
+    for _ in range(rounds(300)):
         width = chance.choice([8, 16, 32])
         designation = chance.choice(list(designations))
         memory = model[designations[designation]]

@@ -5,7 +5,7 @@ import random
 
 import pytest
 
-from harness.board import SCM, without_places
+from harness.board import SCM, rounds, without_places
 
 BARSIZE = "sys/class/zebscm/scm/barsize"
 EMPTY = 0xFFFFFFFF
@@ -36,7 +36,7 @@ def listing(base, words, offset=0):
 def test_random_edits_agree_with_a_model(board):
     chance = random.Random(73)
     entries, previous, active = {}, {}, 0
-    for _ in range(150):
+    for _ in range(rounds(150)):
         scm = chance.randrange(8)
         pid = chance.choice([0, 1, 0x100, 8189, 8190])
         before = dict(entries)

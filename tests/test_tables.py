@@ -5,7 +5,7 @@ import re
 
 import pytest
 
-from harness.board import IPLUT, PIDLUT, TOOL
+from harness.board import IPLUT, PIDLUT, TOOL, rounds
 from harness.tables import PID_BANKS, Model, ip_lut_words, ip_value, pid_lut, pid_lut_words
 
 
@@ -39,7 +39,7 @@ def test_random_edits(board, seed):
     """In any order, every edit leaves all tables as the model has them."""
     choices = random.Random(seed)
     model = Model()
-    for _ in range(50):
+    for _ in range(rounds(50)):
         arguments = [str(word) for word in model.random_command(choices)]
         result = board.run(*arguments)
         assert result[:2] == (0, ""), (arguments, result)
@@ -135,7 +135,7 @@ def test_killed_process_leaves_whole_old_or_new_tables(board, tmp_path, command)
     new = active_tables(board, True, ip_lut)
     assert new != old
     killed = 0
-    for delay in [0.0002 * n for n in range(60)]:
+    for delay in [0.0002 * n for n in range(rounds(60))]:
         status = run(f"timeout -s KILL {delay:.4f}")
         killed += status != 0
         for found, before, after in zip(active_tables(board, status == 0, ip_lut), old, new):

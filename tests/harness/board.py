@@ -27,6 +27,11 @@ PORT_FREE = 32  # word of the packet port; the board sets it whenever it looks
 SIZES = {PIDLUT: 0x20000, IPLUT: 0x4000, PKTIO: 0x1000, SCM: 0x4000}  # bytes
 
 
+def rounds(count):
+    """How many commands to try at random: fewer of a build whose sanitizers make each start twenty times as slow."""
+    return count // 5 if BUILD.name == "asan" else count
+
+
 class Result(NamedTuple):
     status: Optional[int]  # minus the signal's number when a signal ended the command; None: it did not end in time
     out: str
