@@ -107,11 +107,9 @@ std::span<uint8_t> FileReader::read(std::span<uint8_t> buffer)
         if (count <= 0) {
             const int error = count < 0 ? errno : 0;
             // What was read before goes out first; the next call meets the failure again.
-            if (const std::size_t cut = filled % TS_SIZE; filled > cut && (error != 0 || m_Position < m_FileBytes)) {
-                m_Position -= cut;
-                filled -= cut;
+            if (filled >= TS_SIZE && (error != 0 || m_Position < m_FileBytes))
                 break;
-            }
+            keepCutPacket(buffer.first(filled)); // for the next try
             if (error != 0)
                 fail(fmt::format("reading {} at byte {} failed: {} (errno {})", m_Name, m_TotalBytes + filled,
                                  std::strerror(error), error));

@@ -95,6 +95,8 @@ TEST_F(FileReaderTest, AFileThatShrinksIsNoLongerAccessibleAfterWhatIsLeft)
         EXPECT_THAT(m_Text, StartsWith("TS streaming read error: File no longer accesible("));
         EXPECT_TRUE(file.failed());
         EXPECT_THAT(file.failure(), HasSubstr("had 1880 bytes when it was opened"));
+        fill(10);
+        EXPECT_THAT(readMarks(file), ElementsAre(6, 7, 8, 9)) << "goes on where it failed, amid a packet";
     }
 }
 

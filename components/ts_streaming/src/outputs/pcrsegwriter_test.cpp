@@ -95,10 +95,10 @@ TEST_F(PcrSegmentingWriterTest, TailGoesWithTheLastDurationUnscaled)
 
 TEST_F(PcrSegmentingWriterTest, TailThatTheDeviceCannotStretchGoesAtTheLastSpacing)
 {
-    m_Hw.m_SpacingLimit = 500;
-    write({pcr(0), PLAIN, pcr(801)});
+    m_Hw.m_SpacingLimit = 300;
+    write({pcr(0), PLAIN, PLAIN, PLAIN, pcr(801), PLAIN});
     m_Writer->finish();
-    EXPECT_THAT(m_Hw.m_Segments, ElementsAre(Segment{2, 801, 0}, Segment{1, 400, 2}));
+    EXPECT_THAT(m_Hw.m_Segments, ElementsAre(Segment{4, 801, 0}, Segment{2, 400, 4}));
 }
 
 TEST_F(PcrSegmentingWriterTest, WithoutPcrSegmentsStayShortAndNothingWaitsForOneForLong)
