@@ -44,6 +44,7 @@ Attempt tryLock(int descriptor, const std::string& path, LockKind kind)
     case EINTR:
         return Attempt::TAKEN;
     case ENOSYS: // small kernels can leave file locks out
+    case EINVAL: // old ones know no record locks of an open file
     case EOPNOTSUPP:
         return Attempt::NOT_SUPPORTED;
     default:
