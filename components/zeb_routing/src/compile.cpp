@@ -1,5 +1,5 @@
 #include "decode.h"
-#include "list_map.h"
+#include "encode.h"
 
 #include <osl/cpputils/assertion.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/filtertabentry.h>
@@ -41,6 +41,7 @@ public:
         return *this;
     }
     operator Words() const { return m_Words; }
+    operator RowCopy() const { return {m_Words.begin(), m_Words.end()}; }
 
 private:
     std::array<uint32_t, Entry::TOT_WORDS> m_Words{};
@@ -88,17 +89,8 @@ void writeOutputs(Tables& tables, const std::vector<Output>& outputs)
 void writeList(Tables& tables, const Destinations& list, const std::vector<uint16_t>& rows)
 {
     OSL_ASSERT(list.size() == rows.size());
-    for (std::size_t i = 0; i < list.size(); ++i) {
-        const auto newPid = list[i].newPid();
-        tables.setRow(
-            O_PID_MAP, rows[i],
-            RowWords<PidMapEntry>()
-                .put(PidMapEntry::FIELD<"TSOidx">.at, list[i].tso())
-                .put(PidMapEntry::FIELD<"REMAP_PID">.at, newPid.value_or(PidMapEntry::FIELD<"REMAP_PID">.at.max()))
-                .put(PidMapEntry::FIELD<"REMAP">.at, newPid ? 1 : 0)
-                .put(PidMapEntry::FIELD<"ENABLED">.at, 1)
-                .put(PidMapEntry::FIELD<"NEXT_PIDidx">.at, i + 1 < rows.size() ? rows[i + 1] : 0));
-    }
+    for (std::size_t i = 0; i < list.size(); ++i)
+        tables.setRow(O_PID_MAP, rows[i], listRow(list[i], i + 1 < rows.size() ? rows[i + 1] : 0));
 }
 
 /// The row of a route in the PID LUT, or, for a whole TSI, its row of the TSI MAP.
@@ -106,26 +98,44 @@ void writeRoute(Tables& tables, uint32_t& pidLutRow, const RouteGroup& route, co
 {
     const bool toOutputs = !route.outputs.empty();
     const uint16_t list = toOutputs ? places.ofRoutes.at(route.outputs).front() : PidLutEntry().getPIDIDX();
-    if (route.packets.isWholeTsi()) {
-        tables.setRow(TSI_MAP, route.packets.tsi,
-                      RowWords<TsiMapEntry>()
-                          .put(TsiMapEntry::FIELD<"PIDidx">.at, list)
-                          .put(TsiMapEntry::FIELD<"ENABLED">.at, 1));
-        return;
-    }
-    if (pidLutRow++ >= PID_LUT.rows)
-        return;
-    tables.setRow(PID_LUT, pidLutRow - 1,
-                  RowWords<PidLutEntry>()
-                      .put(PidLutEntry::FIELD<"TSIIDX">.at, route.packets.tsi)
-                      .put(PidLutEntry::FIELD<"PID">.at, route.packets.pid)
-                      .put(PidLutEntry::FIELD<"PIDIDX">.at, list)
-                      .put(PidLutEntry::FIELD<"OUT_ROUTE">.at, toOutputs ? 1 : 0)
-                      .put(PidLutEntry::FIELD<"CPU_ROUTE">.at, route.filter ? 1 : 0)
-                      .put(PidLutEntry::FIELD<"FiltTabIDX">.at, route.filter.value_or(Destination::NO_FILTER)));
+    if (route.packets.isWholeTsi())
+        tables.setRow(TSI_MAP, route.packets.tsi, tsiRow(list));
+    else if (pidLutRow++ < PID_LUT.rows)
+        tables.setRow(PID_LUT, pidLutRow - 1,
+                      pidRow(route.packets, {.outRoute = toOutputs,
+                                             .cpuRoute = route.filter.has_value(),
+                                             .list = list,
+                                             .filter = route.filter.value_or(Destination::NO_FILTER)}));
 }
 
 } // namespace
+
+RowCopy listRow(Destination to, uint16_t next)
+{
+    const auto newPid = to.newPid();
+    return RowWords<PidMapEntry>()
+        .put(PidMapEntry::FIELD<"TSOidx">.at, to.tso())
+        .put(PidMapEntry::FIELD<"REMAP_PID">.at, newPid.value_or(PidMapEntry::FIELD<"REMAP_PID">.at.max()))
+        .put(PidMapEntry::FIELD<"REMAP">.at, newPid ? 1 : 0)
+        .put(PidMapEntry::FIELD<"ENABLED">.at, 1)
+        .put(PidMapEntry::FIELD<"NEXT_PIDidx">.at, next);
+}
+
+RowCopy tsiRow(uint16_t list)
+{
+    return RowWords<TsiMapEntry>().put(TsiMapEntry::FIELD<"PIDidx">.at, list).put(TsiMapEntry::FIELD<"ENABLED">.at, 1);
+}
+
+RowCopy pidRow(const Selector& packets, const PidActions& actions)
+{
+    return RowWords<PidLutEntry>()
+        .put(PidLutEntry::FIELD<"TSIIDX">.at, packets.tsi)
+        .put(PidLutEntry::FIELD<"PID">.at, packets.pid)
+        .put(PidLutEntry::FIELD<"PIDIDX">.at, actions.list)
+        .put(PidLutEntry::FIELD<"OUT_ROUTE">.at, actions.outRoute ? 1 : 0)
+        .put(PidLutEntry::FIELD<"CPU_ROUTE">.at, actions.cpuRoute ? 1 : 0)
+        .put(PidLutEntry::FIELD<"FiltTabIDX">.at, actions.filter);
+}
 
 std::vector<RouteGroup> groupsOf(const std::vector<Route>& routes)
 {

@@ -158,6 +158,12 @@ uint8_t filterOf(Words pidLutRow) { return static_cast<uint8_t>(PidLutEntry::FIE
 
 uint16_t listOfTsi(Words tsiMapRow) { return static_cast<uint16_t>(TsiMapEntry::FIELD<"PIDidx">.at.get(tsiMapRow)); }
 
+uint16_t restOf(const Tables& tables, uint8_t tsi)
+{
+    const Words row = tables.row(TSI_MAP, tsi);
+    return TSI_ROUTES.isInUse(tsi, row) ? listOfTsi(row) : 0;
+}
+
 Endpoint groupOfInput(Words ipLutRow)
 {
     return Endpoint::ip(IpInEntry::FIELD<"IP">.at.get(ipLutRow),

@@ -43,6 +43,8 @@ bool isOutRoute(Words pidLutRow);
 uint16_t listOf(Words pidLutRow);
 uint8_t filterOf(Words pidLutRow);
 uint16_t listOfTsi(Words tsiMapRow);
+/// The PIDIDX to which the TSI MAP sends what has no route of its own; 0: nowhere.
+uint16_t restOf(const Tables& tables, uint8_t tsi);
 Endpoint groupOfInput(Words ipLutRow);
 Endpoint groupOfOutput(Words ipOutRow);
 Mac macOfOutput(Words ipOutRow);

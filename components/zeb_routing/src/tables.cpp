@@ -29,6 +29,22 @@ std::size_t firstWord(const TableLayout& table)
     return first; // the FILTER TABLE, behind what is in an image
 }
 
+/// Of all tables, those of an image first.
+const std::vector<uint32_t>& unusedWords()
+{
+    static const std::vector<uint32_t> UNUSED = [] {
+        std::vector<uint32_t> words(Zeb::TOT_WORDS + Zeb::FILTER_TABLE.words());
+        for (const TableLayout* table : Zeb::ROUTING_TABLES) {
+            const std::vector<uint32_t> row = Zeb::FieldEntry(*table).getWords();
+            auto to = words.begin() + static_cast<std::ptrdiff_t>(firstWord(*table));
+            for (uint32_t i = 0; i < table->rows; ++i)
+                to = std::copy(row.begin(), row.end(), to);
+        }
+        return words;
+    }();
+    return UNUSED;
+}
+
 std::pair<bool, bool> activeBanks(Drivers::IMemIf& pidMemory, Drivers::IMemIf& ioMemory)
 {
     return {Zeb::getActivePidLutBank(pidMemory), Zeb::getActiveIpLutBank(ioMemory)};
@@ -36,14 +52,7 @@ std::pair<bool, bool> activeBanks(Drivers::IMemIf& pidMemory, Drivers::IMemIf& i
 
 } // namespace
 
-Tables::Tables() : m_Words(Zeb::TOT_WORDS + Zeb::FILTER_TABLE.words())
-{
-    for (const TableLayout* table : Zeb::ROUTING_TABLES) {
-        const Zeb::FieldEntry unused(*table);
-        for (uint32_t row = 0; row < table->rows; ++row)
-            setRow(*table, row, unused.getWords());
-    }
-}
+Tables::Tables() : m_Words(unusedWords()) {}
 
 Tables::Tables(std::vector<uint32_t> words, bool hasFilters) : m_Words(std::move(words)), m_HasFilters(hasFilters)
 {
