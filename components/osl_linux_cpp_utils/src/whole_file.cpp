@@ -80,7 +80,7 @@ std::string followLinks(const std::string& path)
         if (length == -1 || liesInProc(current))
             return current;
         const std::string target(buffer.data(), static_cast<std::size_t>(length));
-        current = target.starts_with('/') ? target : folderOf(current) + target;
+        current = target.starts_with('/') ? target : folderOf(current).append(target);
     }
     raise(NO_WRITING, path, ELOOP);
 }

@@ -59,6 +59,8 @@ void printTable(IMemIf& memory, const TableLayout& table, const RowSelection& se
     visitRows(
         memory, table, selection, [&table](const auto& words) { return table.isUnused(words); },
         [&](uint32_t row, uint32_t offset, const std::vector<uint32_t>& words) {
+            if (!out)
+                return; // nobody reads on
             format.append(lines.buffer(), row, offset, words);
             lines.endLine();
         });
