@@ -7,7 +7,6 @@
 #include <fmt/format.h>
 
 #include <atomic>
-#include <ranges>
 #include <utility>
 
 namespace Osl::Drivers::Zeb {
@@ -32,7 +31,8 @@ void PidLutMapDriver::writePidLut(const PidLutEntries& entries)
                                               ".ZEBTSIF FPGA supports a maximum of {}.",
                                               entries.size(), PID_LUT.rows));
     BankedTable lut(*m_Memory, PID_LUT);
-    lut.fillByRow(std::views::values(entries) | std::views::transform(&PidLutEntry::getWords));
+    lut.fillByRow(
+        entries, [](const auto& row) -> const auto& { return row.second.getWords(); });
     lut.switchBanks();
 }
 

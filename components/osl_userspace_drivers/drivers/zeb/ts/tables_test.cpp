@@ -193,7 +193,7 @@ TEST_P(TablesTest, BanksAreFilledInOrderReadBackAndSwitchedLast)
         changed.back() ^= 1;
         const uint32_t idle = T.spare(control);
         BankedTable banks(m_Mem, T);
-        banks.fillByRow(std::array{changed});
+        banks.fillByRow(std::array{changed}, std::identity());
         std::vector<Operation> expected{{MemAccessType::R32, T.bankWord, {control}}};
         for (uint32_t row = 0; row < T.rows; ++row)
             expected.push_back({MemAccessType::W32, idle + row * T.wordsPerRow, row == 0 ? changed : unused});

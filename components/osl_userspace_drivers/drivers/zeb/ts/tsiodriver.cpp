@@ -6,7 +6,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <ranges>
 #include <utility>
 
 namespace Osl::Drivers::Zeb {
@@ -34,7 +33,7 @@ void TsIoDriver::writeIpInLut(const std::list<IpInEntry>& entries)
     if (!std::is_sorted(entries.begin(), entries.end()))
         OSL_RAISE(ZebDriverError, "API error: An unsorted list was supplied to \"writeIpInLut\" handle.");
     BankedTable lut(*m_Memory, IP_LUT);
-    lut.fillByRow(entries | std::views::transform(&IpInEntry::getWords));
+    lut.fillByRow(entries, &IpInEntry::getWords);
     lut.switchBanks();
 }
 

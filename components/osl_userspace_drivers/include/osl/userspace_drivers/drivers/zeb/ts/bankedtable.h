@@ -4,6 +4,7 @@
 #include <osl/userspace_drivers/interfaces/imemif.h>
 
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <vector>
 
@@ -26,13 +27,13 @@ public:
     /// Writes every row of the idle bank with a single block write: `rows`, the words of whole rows, then rows that are
     /// not in use. There must not be more rows than the table has.
     void fill(std::span<const uint32_t> rows);
-    /// The same with a block write for each row; `rows` gives their words, a vector each.
-    template <class Rows>
-    void fillByRow(const Rows& rows)
+    /// The same with a block write for each row; `wordsOf`, called with each of `rows`, gives its words.
+    template <class Rows, class WordsOf>
+    void fillByRow(const Rows& rows, const WordsOf& wordsOf)
     {
         uint32_t row = 0;
-        for (const std::vector<uint32_t>& words : rows)
-            writeIdleRow(row++, words);
+        for (const auto& entry : rows)
+            writeIdleRow(row++, std::invoke(wordsOf, entry));
         leaveUnused(row);
     }
     /// Reads the idle bank back and answers whether it holds what fill(rows) writes. Only for a table whose idle bank
