@@ -168,7 +168,7 @@ private:
         }
         if (m_Open.size() == STATEMENT_DEPTH)
             return m_Open.back().value.type != JsonValue::Type::ARRAY || read(value);
-        m_Open.back().value.members.emplace_back(m_Open.back().key, std::move(value));
+        m_Open.back().value.members.push_back({m_Open.back().key, std::move(value)});
         return true;
     }
 

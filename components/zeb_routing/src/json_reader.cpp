@@ -90,12 +90,12 @@ JsonReader::JsonReader(const JsonValue& object) : m_Object(object)
 void JsonReader::finish() const
 {
     for (auto member = m_Object.members.begin(); member != m_Object.members.end(); ++member) {
-        const std::string& key = member->first;
+        const std::string& key = member->name;
         if (std::find(m_Known.begin(), m_Known.end(), key) == m_Known.end())
             throw Fault{fmt::format("{} has no place here{}", inQuotes(key), suggestion(key, m_Known)),
-                        member->second.line};
-        if (std::any_of(m_Object.members.begin(), member, [&](const auto& other) { return other.first == key; }))
-            throw Fault{fmt::format("{} stands here twice", inQuotes(key)), member->second.line};
+                        member->value.line};
+        if (std::any_of(m_Object.members.begin(), member, [&](const auto& other) { return other.name == key; }))
+            throw Fault{fmt::format("{} stands here twice", inQuotes(key)), member->value.line};
     }
 }
 

@@ -13,6 +13,8 @@
 
 namespace Osl::ZebRouting {
 
+struct JsonMember;
+
 /// A JSON value, and the line on which it stands.
 struct JsonValue
 {
@@ -20,9 +22,15 @@ struct JsonValue
 
     Type type = Type::NOTHING;
     std::size_t line = 0;
-    uint64_t number = 0;                                    ///< or the flag
-    std::string text;                                       ///< or, of another number, as it was written
-    std::vector<std::pair<std::string, JsonValue>> members; ///< of an object; without names those of an array
+    uint64_t number = 0;             ///< or the flag
+    std::string text;                ///< or, of another number, as it was written
+    std::vector<JsonMember> members; ///< of an object; without names those of an array
+};
+
+struct JsonMember
+{
+    std::string name;
+    JsonValue value;
 };
 
 /// Reads the members of an object as the fields of a statement. Raises Fault for what is not expected.

@@ -5,7 +5,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <ranges>
 
 namespace Osl::Drivers::Zeb {
 namespace {
@@ -87,8 +86,10 @@ ScmDriver::Rows ScmDriver::readActive(const BankedTable& banks)
 
 void ScmDriver::replace(BankedTable& banks, const Rows& rows)
 {
-    const auto words = std::views::values(rows);
-    banks.fill(std::vector<uint32_t>(words.begin(), words.end()));
+    std::vector<uint32_t> words;
+    for (const auto& [key, word] : rows)
+        words.push_back(word);
+    banks.fill(words);
     banks.switchBanks();
 }
 
