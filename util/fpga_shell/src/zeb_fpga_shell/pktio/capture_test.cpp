@@ -31,6 +31,7 @@ struct FakeRx : Drivers::IIOIf
                 m_Timing.time += timeout;
             return 0;
         }
+        m_Timing.time += m_Spacing;
         std::memcpy(buffer, m_Records.front().data(), m_Records.front().size());
         const std::size_t count = std::min(length, m_Records.front().size());
         m_Records.pop_front();
@@ -49,6 +50,7 @@ struct FakeRx : Drivers::IIOIf
 
     FakeTiming& m_Timing;
     std::deque<std::vector<uint8_t>> m_Records;
+    std::chrono::milliseconds m_Spacing{0}; ///< of the records
     bool m_Ended = false;
     bool m_Interrupted = false;
 };
@@ -120,11 +122,13 @@ TEST_F(CaptureTest, DropsAndCountsRecordsWithoutSync)
 
 TEST_F(CaptureTest, GivesUpAfterTheTimeOutButNeverWithoutOne)
 {
-    m_Rx.add(1, Packet());
+    m_Rx.m_Spacing = 1000ms;
+    for (int i = 0; i < 3; ++i)
+        m_Rx.add(1, Packet());
     const Capture& done = capture({.count = 5, .timeout = 1500ms});
     EXPECT_FALSE(done.complete());
-    EXPECT_EQ(done.taken(), 1U);
-    EXPECT_NEAR(inSeconds(m_Timing.time.time_since_epoch()), 1.5, 0.06);
+    EXPECT_EQ(done.taken(), 3U);
+    EXPECT_NEAR(inSeconds(m_Timing.time.time_since_epoch()), 4.5, 0.06) << "counts from the last packet";
 
     int looks = 0;
     Capture endless(m_Settings = {.count = 0, .timeout = 0ms}, m_Port, m_Text, nullptr);
