@@ -4,6 +4,7 @@
 #include <osl/testing/test.h>
 
 #include <fcntl.h>
+#include <fstream>
 #include <optional>
 #include <unistd.h>
 
@@ -38,7 +39,9 @@ protected:
 TEST_F(FileLockTest, KeepsOthersOutAndTellsThemWhoHoldsIt)
 {
     std::optional<FileLock> lock(std::in_place, *m_First, m_Path);
-    const std::string holder = std::to_string(::getpid()) + " (osl_linux_cpp_u)(";
+    std::string name; // the emulator's, where the test runs in one
+    std::getline(std::ifstream("/proc/self/comm"), name);
+    const std::string holder = std::to_string(::getpid()) + " (" + name + ")(";
     EXPECT_THAT(refusal(), StartsWith("IOErrorr: File lock Error: " + m_Path + " is in use by process " + holder));
     EXPECT_THAT(refusal({FOREVER, [] { return true; }}),
                 StartsWith("IOErrorr: File lock Error: Stopped while " + m_Path + " was in use by process " + holder));
