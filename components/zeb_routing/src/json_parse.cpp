@@ -139,8 +139,16 @@ private:
         return true;
     }
 
+    bool takes(JsonValue::Type type)
+    {
+        return !m_Open.empty() || type == JsonValue::Type::OBJECT ||
+               stop("expected an object with the arrays of a routing");
+    }
+
     bool open(JsonValue::Type type)
     {
+        if (!takes(type))
+            return false;
         if (m_Open.size() == DEEPEST)
             return stop("a value is nested deeper than in any statement");
         m_Open.push_back({valueOf(type), ""});
@@ -157,10 +165,8 @@ private:
     /// Where a value goes that is complete.
     bool put(JsonValue value)
     {
-        if (m_Open.empty() && value.type != JsonValue::Type::OBJECT)
-            return stop("expected an object with the arrays of a routing");
         if (m_Open.empty())
-            return true;
+            return takes(value.type);
         if (m_Open.size() == 1) {
             if (value.type != JsonValue::Type::ARRAY)
                 return stop(fmt::format("{}: expected an array", inQuotes(m_Open.back().key)));

@@ -170,8 +170,9 @@ TEST(StatementsTest, WrongJsonIsToldByLine)
 )");
     EXPECT_THAT(problemsOf(parseJson, "{\"inputs\": [],\n \"outputs\": ["), HasSubstr("2: no JSON: "));
     EXPECT_THAT(problemsOf(parseJson, R"({"input": []})"), HasSubstr(R"(found "input"; did you mean "inputs"?)"));
-    EXPECT_THAT(problemsOf(parseJson, "[]"), HasSubstr("1: expected an object"));
-    EXPECT_THAT(problemsOf(parseJson, std::string(100000, '[')), HasSubstr("nested deeper"));
+    for (const char* noObject : {"[]", "[[2", "2", "null"})
+        EXPECT_THAT(problemsOf(parseJson, noObject), HasSubstr("1: expected an object"));
+    EXPECT_THAT(problemsOf(parseJson, "{\"inputs\": " + std::string(100000, '[')), HasSubstr("nested deeper"));
 }
 
 TEST(SourceTest, SaysWhyForTheKindThatItLooksLike)
