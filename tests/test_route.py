@@ -141,6 +141,12 @@ def test_what_is_wrong_is_said_and_nothing_printed(board, args, input, err):
     assert all(line.startswith("zeb_route: ") for line in done.err.splitlines()) and err in done.err, done.err
 
 
+@pytest.mark.parametrize("place, reason", [("/dev/full", "No space left on device"), ("&-", "Bad file descriptor")])
+def test_lost_output_is_told_with_the_reason(board, place, reason):
+    done = board.sh(f"zeb_route --help >{place}")
+    assert done.status == 2 and done.err.endswith(f"Could not write all of the output: {reason}\n")
+
+
 def test_wrong_statements_are_told_all_at_once_with_their_lines(board):
     source = "routr 9:1 to 3\nroute 9:1 to 3:9999\ninput 9 tuner0\ninput 8 tuner0\nroute 9:4 to drop 5\n" + "what\n" * 30
     lines = board.route("show", "-", input=source).err.splitlines()
@@ -167,6 +173,8 @@ def test_rates_name_what_they_measure_and_end_early_on_ctrl_c(routed, tmp_path):
     assert document["inputs"][0]["names"] == ["239.1.1.1:1234"]
     assert 'zeb_input_bits_per_second{tsi="4",names="tuner0"} 0' in lines
     assert lines[-2].startswith("output 5: ") and lines[-1] == "0"
+    routed.settle()  # what was sent has gone its way
+    routed.reset_packet_port()
 
 
 @pytest.mark.parametrize(
@@ -180,6 +188,7 @@ def test_rates_name_what_they_measure_and_end_early_on_ctrl_c(routed, tmp_path):
         ("trace 9:0x100 l", ["live", "list.txt"]),
         ("diff li", ["live", "list.txt"]),
         ("rates --interval ", []),
+        ("del route 9:0x0100 to ", ["3", "4", "5", "cpu", "drop"]),
     ],
 )
 def test_completion_offers_what_the_board_has(routed, tmp_path, line, words):

@@ -6,7 +6,7 @@ import signal
 import pexpect
 import pytest
 
-from harness.board import TOOL, without_places
+from harness.board import ROUTE, TOOL, without_places
 
 NIC = "sys/class/net/sfp"
 KEY = "0F1E2D3C4B5A69788796A5B4C3D2E1F0"
@@ -50,6 +50,19 @@ def test_ctrl_c_ends_a_wait(board, start, command, message):
     assert result.status == 255
     assert message.replace("$T", result.out.splitlines()[-1]) in without_places(result.err)
     assert board.memory() == before
+
+
+@pytest.mark.parametrize(
+    "start, command, message",
+    [
+        ("", "apply - <&3", 'Unable to read file "/dev/stdin": Operation canceled'),
+        ("", "patch <&3", "Could not read standard input: Operation canceled"),
+        (FILL.format(65536), "--help >&3", "Could not write all of the output: Operation canceled"),
+    ],
+)
+def test_ctrl_c_ends_a_wait_of_zeb_route(board, start, command, message):
+    result = board.sh(INTERRUPT.format(start=start, command=f"{ROUTE} {command}"))
+    assert result.status == 2 and result.err.startswith("zeb_route: ") and result.err.endswith(f"{message}\n")
 
 
 @pytest.mark.parametrize("command, attribute, message", ATTRIBUTES, ids=[row[0] for row in ATTRIBUTES])

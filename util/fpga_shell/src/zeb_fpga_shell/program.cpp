@@ -7,48 +7,30 @@
 
 #include <osl/cpputils/error.h>
 #include <osl/cpputils/log.h>
-#include <osl/linutils/interruptible.h>
+#include <osl/linutils/program_start.h>
 #include <osl/linutils/stream_buffers.h>
 
 #include <algorithm>
 #include <atomic>
-#include <csignal>
 #include <cstddef>
 #include <exception>
-#include <fcntl.h>
+#include <functional>
 #include <iostream>
 #include <new>
 #include <streambuf>
 #include <string_view>
-#include <type_traits>
 #include <unistd.h>
 
 namespace Osl::Utils {
 namespace {
 
-/// Never destroyed, since a signal can come while the program is being left.
-std::atomic<bool> g_Stop = false;
-static_assert(std::atomic<bool>::is_always_lock_free && std::is_trivially_destructible_v<std::atomic<bool>>);
-
-void onInterrupt(int) { g_Stop = true; }
-
-/// A standard stream that was closed before the program started would leave its number to the next file opened, a
-/// device: output would then be written into the FPGA's tables. What takes its place cannot be written, so that lost
-/// output is noticed.
-void occupyStandardStreams()
-{
-    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-        if (::fcntl(descriptor, F_GETFD) == -1)
-            ::open("/dev/null", O_RDONLY); // gets the lowest free number, which is this one
-    }
-}
-
 /// The standard streams, with waits that Ctrl-C ends: an output that nobody reads, an input that stays silent.
 class StandardStreams
 {
 public:
-    explicit StandardStreams(bool interactive)
-        : m_In(STDIN_FILENO, "standard input", interactive && ::isatty(STDIN_FILENO) == 1 ? &stayAtPrompt : nullptr)
+    StandardStreams(bool interactive, std::atomic<bool>& stop)
+        : m_In(STDIN_FILENO, "standard input",
+               interactive && ::isatty(STDIN_FILENO) == 1 ? stayAtPrompt(stop) : nullptr)
     {
         std::cin.rdbuf(&m_In);
         std::cin.exceptions(std::ios::badbit); // a failed read is not the end of the input
@@ -68,10 +50,12 @@ public:
 
 private:
     /// Ctrl-C at the prompt has nothing to stop, and is not meant for the command that is typed next.
-    static bool stayAtPrompt()
+    static std::function<bool()> stayAtPrompt(std::atomic<bool>& stop)
     {
-        g_Stop = false;
-        return true;
+        return [&stop] {
+            stop = false;
+            return true;
+        };
     }
 
     static constexpr std::size_t OUTPUT_BYTES = 16 << 10;
@@ -83,11 +67,11 @@ private:
     std::streambuf* m_OldErr = std::cerr.rdbuf();
 };
 
-int runCommand(int argc, char** argv)
+int runCommand(int argc, char** argv, std::atomic<bool>& stop)
 {
     try {
         CliModule module;
-        registerCommands(module, StopFlag(StopFlag(), &g_Stop)); // owns nothing
+        registerCommands(module, StopFlag(StopFlag(), &stop)); // owns nothing
         const int status = module.run(argc, argv, std::cout, std::cin);
         if (!std::cout.flush())
             OSL_RAISE(CppUtil::IOError, "Could not write all of the output" + LinuxCppUtil::failureReason(std::cout));
@@ -111,14 +95,11 @@ bool wantsInteractiveMode(int argc, const char* const* argv)
 
 int runProgram(int argc, char** argv)
 {
-    occupyStandardStreams();
-    LinuxCppUtil::Interruptible::stopOn(&g_Stop);
-    std::signal(SIGINT, &onInterrupt);
-    std::signal(SIGXFSZ, SIG_IGN); // a file that may not grow any more is an error of the write, with a text
+    std::atomic<bool>& stop = LinuxCppUtil::startProgram();
     const bool interactive = wantsInteractiveMode(argc, argv);
-    const StandardStreams streams(interactive);
+    const StandardStreams streams(interactive, stop);
     CppUtil::Log::setUp(CppUtil::Log::Level::WARNING);
-    return interactive ? runInteractive(std::cin, std::cout, std::cerr) : runCommand(argc, argv);
+    return interactive ? runInteractive(std::cin, std::cout, std::cerr) : runCommand(argc, argv, stop);
 }
 
 } // namespace Osl::Utils

@@ -1,9 +1,12 @@
 #pragma once
 
 #include <osl/cpputils/error.h>
+#include <osl/linutils/stream_buffers.h>
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
+#include <ostream>
 #include <span>
 #include <string>
 #include <string_view>
@@ -17,6 +20,9 @@ struct UsageError : Error
     using Error::Error;
 };
 
+/// Writes a line to standard error, behind the name of the program, as far as that can be written.
+void report(std::string_view line);
+
 /// What the program ends with.
 enum Status : int { DONE = 0, SOMETHING_TO_SAY = 1, FAILED = 2 };
 
@@ -25,10 +31,14 @@ struct Settings
 {
     std::vector<std::string> words;
     std::string to;
+    std::string backup;
     uint32_t intervalMs = 1000;
+    uint32_t waitSeconds = 10;
+    uint32_t confirmSeconds = 0; ///< 0: do not ask
     bool json = false;
     bool rows = false;
     bool prometheus = false;
+    bool dryRun = false;
 };
 
 /// What is around a command that runs.
@@ -38,14 +48,21 @@ public:
     explicit Surroundings(const std::atomic<bool>& stop) : m_Stop(stop) {}
 
     /// Writes to standard output; what cannot be written is told by flush().
-    void print(std::string_view text);
+    void print(std::string_view text) { m_Out << text; }
     /// Raises IOError when not all of the output could be written.
     void flush();
+    /// From now on nobody is there to read: what cannot be written does not matter.
+    void dropOutput() { m_IsDropped = true; }
     /// True once the user has asked to stop.
     bool stopRequested() const { return m_Stop; }
 
 private:
+    static constexpr std::size_t OUTPUT_BYTES = 16 << 10;
+
     const std::atomic<bool>& m_Stop;
+    LinuxCppUtil::OutputBuffer m_Buffer{1, OUTPUT_BYTES}; // standard output
+    std::ostream m_Out{&m_Buffer};
+    bool m_IsDropped = false;
 };
 
 /// One option or group of words of a command.
