@@ -1,3 +1,4 @@
+#include <osl/cpputils/error_text.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/bankedtable.h>
 #include <osl/zeb_routing/plan.h>
 
@@ -51,9 +52,9 @@ void execute(const Plan& plan, Drivers::IMemIf& pidMemory, Drivers::IMemIf& ioMe
             ++done;
         }
     } catch (const std::exception& error) {
-        OSL_RAISE(PlanError, fmt::format("broken off at \"{}\": {}; {} of {} steps were done before; the same command "
-                                         "completes it",
-                                         plan.steps[done].text, error.what(), done, plan.steps.size()));
+        OSL_RAISE(PlanError,
+                  fmt::format("broken off at \"{}\": {}; {} of {} steps were done before", plan.steps[done].text,
+                              CppUtil::withoutPlace(error.what()), done, plan.steps.size()));
     }
 }
 

@@ -12,14 +12,15 @@ namespace Osl::ZebRouting {
 
 using Drivers::Zeb::O_PID_MAP;
 
-ListPlan::ListPlan(const Tables& present, const Routing& facts, const Routing& wanted) : m_Lists(present)
+ListPlan::ListPlan(const Tables& present, const Routing& facts, const Routing& wanted, bool usesLeftLists)
+    : m_Lists(present)
 {
     for (const List& list : wanted.lists)
         m_Numbers.set(list.pidIdx);
     findEntries(present);
     findReached();
 
-    std::vector<Need> needs = shareLists(facts, wanted);
+    std::vector<Need> needs = shareLists(usesLeftLists ? facts.lists : std::vector<List>(), wanted);
     std::vector<NumberedList> numbered = keepNumbered(wanted);
 
     std::size_t needed = 0;
@@ -129,7 +130,7 @@ void ListPlan::keep(uint16_t head)
 }
 
 /// Gives every route the list that it has, or one with the same destinations; answers what is missing.
-std::vector<ListPlan::Need> ListPlan::shareLists(const Routing& present, const Routing& wanted)
+std::vector<ListPlan::Need> ListPlan::shareLists(const std::vector<List>& leftLists, const Routing& wanted)
 {
     std::map<Selector, uint16_t> entries;
     for (const Entry& entry : m_Entries)
@@ -144,11 +145,10 @@ std::vector<ListPlan::Need> ListPlan::shareLists(const Routing& present, const R
         m_Heads[route.packets] = entry->second;
         known.emplace(route.outputs, entry->second);
     }
-    // Also what a run that was broken off has left, which looks like lists with numbers of their own.
     RowSet others;
     for (const Entry& entry : m_Entries)
         others.set(entry.head);
-    for (const List& list : present.lists)
+    for (const List& list : leftLists)
         others.set(list.pidIdx);
     std::vector<Need> needs;
     std::map<Destinations, std::size_t> needOf;
@@ -261,7 +261,7 @@ void ListPlan::changeInPlace(std::vector<Need>& needs, std::size_t missing)
         changedLists.push_back({std::move(need.to), std::move(saving.chain), {}, std::move(need.users)});
     }
     if (saved < missing)
-        OSL_RAISE(RoutingError, fmt::format("the {} has {}, but {} more are needed before others come free",
+        OSL_RAISE(RowsRunShort, fmt::format("the {} has {}, but {} more are needed before others come free",
                                             O_PID_MAP.name, countText(freeRows, "free row"), missing - saved));
     std::sort(done.rbegin(), done.rend());
     for (const std::size_t index : done)

@@ -12,6 +12,12 @@
 
 namespace Osl::ZebRouting {
 
+/// There are not enough rows for all lists.
+struct RowsRunShort : RoutingError
+{
+    using RoutingError::RoutingError;
+};
+
 /// Which rows of the O-PID MAP the lists of a wanted routing take, beside those that the present routing uses.
 class ListPlan
 {
@@ -42,8 +48,9 @@ public:
         Rows rows; ///< the first is the number
     };
 
-    /// `facts` are those of `present`. Raises RoutingError when there are not enough rows.
-    ListPlan(const Tables& present, const Routing& facts, const Routing& wanted);
+    /// `facts` are those of `present`. Lists that no route uses are what a plan that was broken off has left, and are
+    /// used where they fit; or else only their rows are. Raises RowsRunShort.
+    ListPlan(const Tables& present, const Routing& facts, const Routing& wanted, bool usesLeftLists);
 
     /// The PIDIDX of a wanted route's list; 0: it has none.
     uint16_t headOf(const Selector& packets) const;
@@ -78,7 +85,7 @@ private:
     bool isUsable(uint16_t head) const;
     bool isExactly(uint16_t head, const Destinations& to) const;
     void keep(uint16_t head);
-    std::vector<Need> shareLists(const Routing& present, const Routing& wanted);
+    std::vector<Need> shareLists(const std::vector<List>& leftLists, const Routing& wanted);
     std::vector<NumberedList> keepNumbered(const Routing& wanted);
     Rows freeRowsFor(std::size_t needed) const;
     void changeInPlace(std::vector<Need>& needs, std::size_t missing);

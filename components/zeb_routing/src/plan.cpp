@@ -24,11 +24,11 @@ namespace {
 class Planner
 {
 public:
-    Planner(const Tables& present, const Routing& wanted)
+    Planner(const Tables& present, const Routing& wanted, bool usesLeftLists)
         : m_Present(present),
           m_Wanted(wanted),
           m_Facts(factsOf(present)),
-          m_Lists(present, m_Facts, wanted),
+          m_Lists(present, m_Facts, wanted, usesLeftLists),
           m_Target(withoutRoutes(wanted)),
           m_Writer(present)
     {
@@ -188,6 +188,14 @@ std::size_t Plan::switches() const
         std::count_if(steps.begin(), steps.end(), [](const Step& step) { return !step.bank.empty(); }));
 }
 
-Plan planChange(const Tables& present, const Routing& wanted) { return Planner(present, wanted).make(); }
+Plan planChange(const Tables& present, const Routing& wanted)
+{
+    try {
+        return Planner(present, wanted, true).make();
+    } catch (const RowsRunShort&) {
+        // A list that was left can stand in the way of a better choice; then it gives its rows.
+        return Planner(present, wanted, false).make();
+    }
+}
 
 } // namespace Osl::ZebRouting
