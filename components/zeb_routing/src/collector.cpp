@@ -44,6 +44,12 @@ void Collector::add(const Statement& statement, std::size_t line)
     else if (const auto* list = std::get_if<ListStatement>(&statement))
         for (const Destination to : list->to)
             m_Lists.push_back({{list->pidIdx, to}, line});
+    // However often the same is said, it is kept once.
+    if (m_Routes.size() + m_Lists.size() > m_DestinationsToSort) {
+        sortOut(m_Routes);
+        sortOut(m_Lists);
+        m_DestinationsToSort = std::max(m_DestinationsToSort, 2 * (m_Routes.size() + m_Lists.size()));
+    }
 }
 
 void Collector::addProblem(std::size_t line, std::string text)
@@ -107,8 +113,24 @@ void Collector::findContradictingRoutes()
 
 void Collector::contradict(const std::string& subject, std::size_t line, std::size_t other, std::string_view rule)
 {
-    addProblem(line, line == other ? fmt::format("{}: the line contradicts itself; {}", subject, rule)
-                                   : fmt::format("{}: contradicts line {}; {}", subject, other, rule));
+    if (other == 0)
+        addProblem(line, fmt::format("{}: contradicts what is there and stays; {}", subject, rule));
+    else
+        addProblem(line, line == other ? fmt::format("{}: the line contradicts itself; {}", subject, rule)
+                                       : fmt::format("{}: contradicts line {}; {}", subject, other, rule));
+}
+
+void Collector::addFacts(const Routing& facts)
+{
+    const auto append = [](auto& to, const auto& from) {
+        for (const auto& fact : from)
+            to.push_back({fact, 0});
+    };
+    append(m_Inputs, facts.inputs);
+    append(m_Outputs, facts.outputs);
+    append(m_Filters, facts.filters);
+    append(m_Routes, facts.routes);
+    append(m_Lists, facts.lists);
 }
 
 Routing Collector::finish()

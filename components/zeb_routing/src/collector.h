@@ -14,6 +14,8 @@ class Collector
 {
 public:
     void add(const Statement& statement, std::size_t line);
+    /// Facts of no line, which are there already.
+    void addFacts(const Routing& facts);
     void addProblem(std::size_t line, std::string text);
     /// Whether there is room for another problem.
     bool takesMore() const { return m_Problems.size() < MAX_PROBLEMS; }
@@ -43,6 +45,7 @@ private:
     std::vector<Located<Filter>> m_Filters;
     std::vector<Located<Route>> m_Routes;
     std::vector<Located<List>> m_Lists;
+    std::size_t m_DestinationsToSort = std::size_t{1} << 20;
     std::vector<Problem> m_Problems;
 };
 

@@ -33,17 +33,74 @@ std::string choiceOf(std::span<const std::string_view> words, std::string_view l
     return text;
 }
 
-template <class S>
-std::optional<Statement> readAs(TextReader& reader, std::string_view word, const S&)
+/// Reads a statement whose line may end behind its first field.
+class KeyOrAllReader
 {
-    if (word != Kind<S>::WORD)
-        return std::nullopt;
-    S statement;
-    Kind<S>::fields(reader, statement);
-    reader.finish();
-    if (const std::string_view fault = Kind<S>::fault(statement); !fault.empty())
-        throw Fault{std::string(fault)};
-    return statement;
+public:
+    explicit KeyOrAllReader(TextReader& reader) : m_Reader(reader) {}
+
+    bool isKeyOnly() const { return m_IsKeyOnly; }
+
+    template <class Value>
+    void number(const NumberField& field, Value& value)
+    {
+        m_Reader.number(field, value);
+        m_IsKeyOnly = m_Reader.atEnd();
+    }
+    void packets(const NumberField& tsi, const NumberField& pid, Selector& packets)
+    {
+        m_Reader.packets(tsi, pid, packets);
+        m_IsKeyOnly = m_Reader.atEnd();
+    }
+    void endpoint(const PortNaming& ports, Endpoint& at)
+    {
+        if (!m_IsKeyOnly)
+            m_Reader.endpoint(ports, at);
+    }
+    void mac(Mac& mac, uint32_t address)
+    {
+        if (!m_IsKeyOnly)
+            m_Reader.mac(mac, address);
+    }
+    void flag(const FlagField& field, bool& value) { m_Reader.flag(field, value); }
+    void count(uint32_t& count)
+    {
+        if (!m_IsKeyOnly)
+            m_Reader.count(count);
+    }
+    void destinations(std::vector<Destination>& to, Reach reach)
+    {
+        if (!m_IsKeyOnly)
+            m_Reader.destinations(to, reach);
+    }
+
+private:
+    TextReader& m_Reader;
+    bool m_IsKeyOnly = false;
+};
+
+/// Reads the fields of the statement behind the key word through `form`.
+template <class Form>
+Statement readFields(TextReader& reader, Form& form)
+{
+    const std::string_view word = reader.take();
+    std::optional<Statement> statement;
+    std::vector<std::string_view> words;
+    forEachStatementKind([&](const auto& kind) {
+        using S = std::decay_t<decltype(kind)>;
+        words.push_back(Kind<S>::WORD);
+        if (statement || word != Kind<S>::WORD)
+            return;
+        S read;
+        Kind<S>::fields(form, read);
+        reader.finish();
+        if (const std::string_view fault = Kind<S>::fault(read); !fault.empty())
+            throw Fault{std::string(fault)};
+        statement = std::move(read);
+    });
+    if (!statement)
+        reader.fail(choiceOf(words), word, words);
+    return std::move(*statement);
 }
 
 } // namespace
@@ -51,19 +108,21 @@ std::optional<Statement> readAs(TextReader& reader, std::string_view word, const
 std::optional<Statement> readStatement(std::string_view line)
 {
     TextReader reader(line);
-    if (reader.atEnd())
-        return std::nullopt;
-    const std::string_view word = reader.take();
-    std::optional<Statement> statement;
-    std::vector<std::string_view> words;
-    forEachStatementKind([&](const auto& kind) {
-        words.push_back(Kind<std::decay_t<decltype(kind)>>::WORD);
-        if (!statement)
-            statement = readAs(reader, word, kind);
-    });
-    if (!statement)
-        reader.fail(choiceOf(words), word, words);
-    return statement;
+    return reader.atEnd() ? std::nullopt : std::optional(readFields(reader, reader));
+}
+
+Statement readOneStatement(std::string_view line)
+{
+    TextReader reader(line);
+    return readFields(reader, reader);
+}
+
+StatementToRemove readRemoval(std::string_view line)
+{
+    TextReader reader(line);
+    KeyOrAllReader form(reader);
+    Statement statement = readFields(reader, form);
+    return {std::move(statement), form.isKeyOnly()};
 }
 
 TextReader::TextReader(std::string_view line)

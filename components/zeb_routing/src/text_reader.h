@@ -14,6 +14,17 @@ namespace Osl::ZebRouting {
 /// Reads the statement of a line; nullopt for a line without any. Raises Fault for a line that is wrong.
 std::optional<Statement> readStatement(std::string_view line);
 
+/// The same for a line that has to have one.
+Statement readOneStatement(std::string_view line);
+
+/// A statement to be taken away.
+struct StatementToRemove
+{
+    Statement statement;
+    bool isKeyOnly; ///< the line ended behind what the statement is about
+};
+StatementToRemove readRemoval(std::string_view line);
+
 /// Reads the words of one line as the fields of a statement. Every function raises Fault for what it does not expect.
 class TextReader
 {

@@ -31,8 +31,9 @@ CLI::Option* declare(CLI::App& app, const Argument& argument, Settings& settings
         break;
     case Argument::Kind::NUMBER:
         option = app.add_option(argument.name, settings.*argument.number, argument.help)
-                     ->check(CLI::Range(argument.least, argument.most))
-                     ->capture_default_str();
+                     ->check(CLI::Range(argument.least, argument.most));
+        if (settings.*argument.number != 0)
+            option->capture_default_str();
         break;
     }
     return option->type_name(argument.value)
@@ -55,8 +56,9 @@ std::unique_ptr<CLI::App> declare(const Command& command, Settings& settings)
 
 std::string programHelp()
 {
-    std::string text = "Shows, checks, compares and follows the routing of a transport-stream headend board.\n\n"
-                       "Usage: zeb_route COMMAND [OPTION]... [WORD]...\n\nCommands:\n";
+    std::string text =
+        "Shows, checks, compares, follows and changes the routing of a transport-stream headend board.\n\n"
+        "Usage: zeb_route COMMAND [OPTION]... [WORD]...\n\nCommands:\n";
     for (const Command& command : commands())
         fmt::format_to(std::back_inserter(text), "  {:<8} {}\n", command.name, command.summary);
     text += "\nSOURCE is `live` (the board; the default), or a file with a saved table image, statements or JSON; `-` "

@@ -1,3 +1,4 @@
+#include "zeb_route/change_cmds.h"
 #include "zeb_route/command.h"
 #include "zeb_route/rates_cmd.h"
 #include "zeb_route/read_cmds.h"
@@ -8,7 +9,7 @@ namespace Osl::ZebRoute {
 
 std::span<const Command> commands()
 {
-    static const std::array ALL{SHOW, DIFF, CHECK, TRACE, GRAPH, RATES};
+    static const std::array ALL{SHOW, DIFF, CHECK, TRACE, GRAPH, APPLY, PATCH, ADD, DEL, RATES};
     return ALL;
 }
 

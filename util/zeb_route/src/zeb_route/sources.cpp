@@ -2,18 +2,37 @@
 
 #include "zeb_route/board.h"
 
+#include <osl/linutils/interruptible.h>
+#include <osl/linutils/raii_filedescriptors.h>
+#include <osl/linutils/stream_buffers.h>
 #include <osl/linutils/whole_file.h>
 
 #include <fmt/format.h>
 
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <istream>
 #include <string_view>
+#include <unistd.h>
 #include <utility>
+#include <vector>
 
 namespace Osl::ZebRoute {
 namespace {
 
 /// Far more than the longest routing in words.
 constexpr std::size_t MAX_SOURCE_BYTES = std::size_t{64} << 20;
+/// Far more than the longest statement.
+constexpr std::size_t MAX_LINE_BYTES = std::size_t{1} << 20;
+
+LinuxCppUtil::UniqueFD openToRead(const std::string& name)
+{
+    const int descriptor = LinuxCppUtil::Interruptible::open(name, O_RDONLY);
+    if (descriptor == -1)
+        OSL_RAISE(CppUtil::FileSystemError, fmt::format("Unable to open file \"{}\": {}", name, std::strerror(errno)));
+    return LinuxCppUtil::ownFD(descriptor);
+}
 
 } // namespace
 
@@ -23,6 +42,21 @@ NamedSourceError::NamedSourceError(std::string name, const ZebRouting::SourceErr
     for (const ZebRouting::Problem& problem : error.problems())
         m_Lines.push_back(problem.line == 0 ? fmt::format("{}: {}", name, problem.text)
                                             : fmt::format("{}:{}: {}", name, problem.line, problem.text));
+}
+
+void forEachLine(const std::string& name, const std::function<bool(std::string_view)>& visit)
+{
+    const bool isStandardInput = name == STANDARD_INPUT;
+    const LinuxCppUtil::UniqueFD file = isStandardInput ? nullptr : openToRead(name);
+    LinuxCppUtil::InputBuffer buffer(isStandardInput ? STDIN_FILENO : *file, isStandardInput ? "standard input" : name);
+    std::istream in(&buffer);
+    in.exceptions(std::ios::badbit); // a failed read is not the end of the input
+    std::vector<char> line(MAX_LINE_BYTES);
+    while (in.getline(line.data(), static_cast<std::streamsize>(line.size())))
+        if (!visit(line.data()))
+            return;
+    if (!in.eof())
+        OSL_RAISE(CppUtil::IOError, fmt::format("{}: a line is longer than any statement", name));
 }
 
 ZebRouting::Source readSource(const std::string& name)

@@ -5,7 +5,9 @@
 #include <osl/zeb_routing/problems.h>
 #include <osl/zeb_routing/source.h>
 
+#include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Osl::ZebRoute {
@@ -28,6 +30,10 @@ public:
 private:
     std::vector<std::string> m_Lines;
 };
+
+/// Hands `visit` the lines of a file or of standard input without their ends, one after the other as they come, until
+/// it answers false. Raises CppUtil::IOError, also for a line that is longer than any statement.
+void forEachLine(const std::string& name, const std::function<bool(std::string_view)>& visit);
 
 /// Reads a source by its name: the devices of the board, a file, or standard input. Raises NamedSourceError for one
 /// that is wrong; errors of files and devices pass through.
