@@ -31,7 +31,7 @@ need_packages() {
     "$REPO/scripts/setup-packages" "$@"
 }
 
-# configure_preset PRESET: only configures. A compiler cache is used where there is one.
+# configure_preset PRESET: only configures. Compilations are cached where ccache is there.
 configure_preset() {
     if [[ -z ${CMAKE_CXX_COMPILER_LAUNCHER:-} ]] && command -v ccache >/dev/null; then
         export CMAKE_CXX_COMPILER_LAUNCHER=ccache
