@@ -12,15 +12,14 @@ namespace Osl::ZebRouting {
 
 using Drivers::Zeb::O_PID_MAP;
 
-ListPlan::ListPlan(const Tables& present, const Routing& facts, const Routing& wanted, bool usesLeftLists)
-    : m_Lists(present)
+ListPlan::ListPlan(const Tables& present, const Routing& wanted, bool usesLeftLists) : m_Lists(present)
 {
     for (const List& list : wanted.lists)
         m_Numbers.set(list.pidIdx);
     findEntries(present);
     findReached();
 
-    std::vector<Need> needs = shareLists(usesLeftLists ? facts.lists : std::vector<List>(), wanted);
+    std::vector<Need> needs = shareLists(wanted, usesLeftLists);
     std::vector<NumberedList> numbered = keepNumbered(wanted);
 
     std::size_t needed = 0;
@@ -130,7 +129,7 @@ void ListPlan::keep(uint16_t head)
 }
 
 /// Gives every route the list that it has, or one with the same destinations; answers what is missing.
-std::vector<ListPlan::Need> ListPlan::shareLists(const std::vector<List>& leftLists, const Routing& wanted)
+std::vector<ListPlan::Need> ListPlan::shareLists(const Routing& wanted, bool usesLeftLists)
 {
     std::map<Selector, uint16_t> entries;
     for (const Entry& entry : m_Entries)
@@ -145,38 +144,59 @@ std::vector<ListPlan::Need> ListPlan::shareLists(const std::vector<List>& leftLi
         m_Heads[route.packets] = entry->second;
         known.emplace(route.outputs, entry->second);
     }
-    RowSet others;
-    for (const Entry& entry : m_Entries)
-        others.set(entry.head);
-    for (const List& list : leftLists)
-        others.set(list.pidIdx);
-    std::vector<Need> needs;
-    std::map<Destinations, std::size_t> needOf;
-    for (uint32_t row = O_PID_MAP.firstRow; row < O_PID_MAP.rows; ++row) {
-        const auto head = static_cast<uint16_t>(row);
-        if (!others[row] || !isUsable(head))
-            continue;
-        Destinations to;
-        for (const uint16_t place : m_Lists.rowsFrom(head))
-            to.push_back(m_Lists.destination(place));
-        std::sort(to.begin(), to.end());
-        known.emplace(std::move(to), head);
-    }
+    std::map<Destinations, std::vector<Selector>> missing;
     for (const RouteGroup& route : routes) {
         if (route.outputs.empty() || m_Heads.contains(route.packets))
             continue;
-        if (const auto found = known.find(route.outputs); found != known.end()) {
+        if (const auto found = known.find(route.outputs); found != known.end())
             m_Heads[route.packets] = found->second;
-            continue;
-        }
-        const auto [place, isNew] = needOf.emplace(route.outputs, needs.size());
-        if (isNew)
-            needs.push_back({route.outputs, {}});
-        needs[place->second].users.push_back(route.packets);
+        else
+            missing[route.outputs].push_back(route.packets);
     }
+    findOthersLists(missing, usesLeftLists);
     for (const auto& [packets, head] : m_Heads)
         keep(head);
+    std::vector<Need> needs;
+    for (auto& [to, users] : missing)
+        needs.push_back({to, std::move(users)});
+    std::sort(needs.begin(), needs.end(), [](const Need& a, const Need& b) { return a.users < b.users; });
     return needs;
+}
+
+/// Takes what is missing from lists that other routes have or had, or that no route has.
+void ListPlan::findOthersLists(std::map<Destinations, std::vector<Selector>>& missing, bool usesLeftLists)
+{
+    RowSet candidates;
+    for (const Entry& entry : m_Entries)
+        candidates.set(entry.head);
+    if (usesLeftLists) // any row may be the first: what another list leads into is no head of its own
+        candidates |= m_ReachedByLists & ~m_ReachedByRoutes;
+    std::size_t longest = 0;
+    for (const auto& [to, users] : missing)
+        longest = std::max(longest, to.size());
+    for (uint32_t row = O_PID_MAP.firstRow; row < O_PID_MAP.rows && !missing.empty(); ++row) {
+        const auto head = static_cast<uint16_t>(row);
+        if (!candidates[row])
+            continue;
+        const auto found = missing.find(firstDestinations(head, longest + 1));
+        if (found == missing.end() || !isUsable(head))
+            continue;
+        for (const Selector& user : found->second)
+            m_Heads[user] = head;
+        missing.erase(found);
+    }
+}
+
+/// Where the first rows of a list lead; a look at all of each list would take too long.
+Destinations ListPlan::firstDestinations(uint16_t head, std::size_t count) const
+{
+    Destinations to;
+    uint32_t steps = 0;
+    for (uint16_t row = head; row != 0 && to.size() < count && steps < O_PID_MAP.rows; row = m_Lists.next(row), ++steps)
+        if (m_Lists.isEnabled(row))
+            to.push_back(m_Lists.destination(row));
+    std::sort(to.begin(), to.end());
+    return to;
 }
 
 /// Keeps the wanted lists with numbers that are there; answers the others, with their number alone as their rows.

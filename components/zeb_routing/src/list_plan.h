@@ -48,9 +48,9 @@ public:
         Rows rows; ///< the first is the number
     };
 
-    /// `facts` are those of `present`. Lists that no route uses are what a plan that was broken off has left, and are
-    /// used where they fit; or else only their rows are. Raises RowsRunShort.
-    ListPlan(const Tables& present, const Routing& facts, const Routing& wanted, bool usesLeftLists);
+    /// Lists that no route uses are what a plan that was broken off has left, and are used where they fit; or else only
+    /// their rows are. Raises RowsRunShort.
+    ListPlan(const Tables& present, const Routing& wanted, bool usesLeftLists);
 
     /// The PIDIDX of a wanted route's list; 0: it has none.
     uint16_t headOf(const Selector& packets) const;
@@ -85,7 +85,9 @@ private:
     bool isUsable(uint16_t head) const;
     bool isExactly(uint16_t head, const Destinations& to) const;
     void keep(uint16_t head);
-    std::vector<Need> shareLists(const std::vector<List>& leftLists, const Routing& wanted);
+    std::vector<Need> shareLists(const Routing& wanted, bool usesLeftLists);
+    void findOthersLists(std::map<Destinations, std::vector<Selector>>& missing, bool usesLeftLists);
+    Destinations firstDestinations(uint16_t head, std::size_t count) const;
     std::vector<NumberedList> keepNumbered(const Routing& wanted);
     Rows freeRowsFor(std::size_t needed) const;
     void changeInPlace(std::vector<Need>& needs, std::size_t missing);

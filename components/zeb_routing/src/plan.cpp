@@ -28,7 +28,7 @@ public:
         : m_Present(present),
           m_Wanted(wanted),
           m_Facts(factsOf(present)),
-          m_Lists(present, m_Facts, wanted, usesLeftLists),
+          m_Lists(present, wanted, usesLeftLists),
           m_Target(withoutRoutes(wanted)),
           m_Writer(present)
     {
