@@ -105,7 +105,6 @@ void Planner::writeFilters(bool inUse)
 }
 
 /// A table that says the same in the same order is not switched.
-/// A table that says the same in the same order is not switched.
 void Planner::switchPidLut(const PidLutRows& rows, const char* occasion)
 {
     const PidLutChange change(m_Writer.now(), rows, occasion);

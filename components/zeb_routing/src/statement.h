@@ -74,6 +74,7 @@ template <>
 struct Kind<Input>
 {
     static constexpr std::string_view WORD = "input", JSON_KEY = "inputs";
+    static constexpr auto FACTS = &Routing::inputs;
 
     template <class Form, class S>
     static void fields(Form& form, S& input)
@@ -93,6 +94,7 @@ template <>
 struct Kind<Output>
 {
     static constexpr std::string_view WORD = "output", JSON_KEY = "outputs";
+    static constexpr auto FACTS = &Routing::outputs;
 
     template <class Form, class S>
     static void fields(Form& form, S& output)
@@ -112,6 +114,7 @@ template <>
 struct Kind<Filter>
 {
     static constexpr std::string_view WORD = "filter", JSON_KEY = "filters";
+    static constexpr auto FACTS = &Routing::filters;
 
     template <class Form, class S>
     static void fields(Form& form, S& filter)
@@ -126,6 +129,8 @@ template <>
 struct Kind<RouteStatement>
 {
     static constexpr std::string_view WORD = "route", JSON_KEY = "routes";
+    static constexpr auto FACTS = &Routing::routes;
+    static constexpr auto SHARED = &Route::packets;
 
     template <class Form, class S>
     static void fields(Form& form, S& route)
@@ -145,6 +150,8 @@ template <>
 struct Kind<ListStatement>
 {
     static constexpr std::string_view WORD = "list", JSON_KEY = "lists";
+    static constexpr auto FACTS = &Routing::lists;
+    static constexpr auto SHARED = &List::pidIdx;
 
     template <class Form, class S>
     static void fields(Form& form, S& list)
@@ -165,46 +172,20 @@ void forEachStatementKind(const Visit& visit)
 }
 
 /// Calls `visit` with the statements of one kind that say the facts.
-template <class Visit>
-void forEachStatement(const Routing& routing, const Input&, const Visit& visit)
+template <class S, class Visit>
+void forEachStatement(const Routing& routing, const S&, const Visit& visit)
 {
-    for (const Input& input : routing.inputs)
-        visit(input);
-}
-template <class Visit>
-void forEachStatement(const Routing& routing, const Output&, const Visit& visit)
-{
-    for (const Output& output : routing.outputs)
-        visit(output);
-}
-template <class Visit>
-void forEachStatement(const Routing& routing, const Filter&, const Visit& visit)
-{
-    for (const Filter& filter : routing.filters)
-        visit(filter);
-}
-template <class Visit>
-void forEachStatement(const Routing& routing, const RouteStatement&, const Visit& visit)
-{
-    RouteStatement statement;
-    for (auto route = routing.routes.begin(); route != routing.routes.end();) {
-        statement.packets = route->packets;
-        statement.to.clear();
-        for (; route != routing.routes.end() && route->packets == statement.packets; ++route)
-            statement.to.push_back(route->to);
-        visit(statement);
-    }
-}
-template <class Visit>
-void forEachStatement(const Routing& routing, const ListStatement&, const Visit& visit)
-{
-    ListStatement statement;
-    for (auto list = routing.lists.begin(); list != routing.lists.end();) {
-        statement.pidIdx = list->pidIdx;
-        statement.to.clear();
-        for (; list != routing.lists.end() && list->pidIdx == statement.pidIdx; ++list)
-            statement.to.push_back(list->to);
-        visit(statement);
+    const auto& facts = routing.*Kind<S>::FACTS;
+    for (auto fact = facts.begin(); fact != facts.end();) {
+        if constexpr (requires { Kind<S>::SHARED; }) { // facts that differ by their destination are one statement
+            const auto shared = (*fact).*Kind<S>::SHARED;
+            S statement{shared, {}};
+            for (; fact != facts.end() && (*fact).*Kind<S>::SHARED == shared; ++fact)
+                statement.to.push_back(fact->to);
+            visit(statement);
+        } else {
+            visit(*fact++);
+        }
     }
 }
 
