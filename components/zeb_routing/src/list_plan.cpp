@@ -230,6 +230,11 @@ ListPlan::Rows ListPlan::freeRowsFor(std::size_t needed) const
 /// The present list of one of the users whose rows lead no packets but the users' anywhere; null: there is none.
 const ListPlan::Entry* ListPlan::entryToChange(const Need& need) const
 {
+    // The lists of whole TSIs change at another time than those of single PIDs.
+    const auto isWholeTsi = [](const Selector& user) { return user.isWholeTsi(); };
+    if (std::any_of(need.users.begin(), need.users.end(), isWholeTsi) &&
+        !std::all_of(need.users.begin(), need.users.end(), isWholeTsi))
+        return nullptr;
     std::vector<const Entry*> entries;
     std::map<uint16_t, std::size_t> usesOfUsers;
     for (const Selector& user : need.users) {

@@ -46,15 +46,15 @@ void ListWriter::writeNew()
     }
 }
 
-std::vector<std::string> ListWriter::changeInPlace()
+void ListWriter::changeInPlace(bool ofWholeTsis, std::vector<std::string>& notes)
 {
-    std::vector<std::string> notes;
     for (const ListPlan::ChangedList& list : m_Lists.changedLists) {
+        if (list.users.front().isWholeTsi() != ofWholeTsis)
+            continue;
         notes.push_back(fmt::format("{}: for a moment to both the old and the new outputs, since the {} has only {}",
                                     usersText(list.users), O_PID_MAP.name, countText(m_Lists.freeRows, "free row")));
         change(list);
     }
-    return notes;
 }
 
 /// Adds what is missing before it takes away what is too much; each destination changes by one write.

@@ -21,8 +21,8 @@ public:
 
     /// To rows that no route reaches.
     void writeNew();
-    /// Where they are in use; answers what the user should know of it.
-    std::vector<std::string> changeInPlace();
+    /// Where they are in use, those of whole TSIs or all others. Notes what the user should know of it.
+    void changeInPlace(bool ofWholeTsis, std::vector<std::string>& notes);
     /// What is new of lists with a number of their own, once routes need their old rows no more.
     void writeNumbered();
     /// Rows that were in use and are so no more.

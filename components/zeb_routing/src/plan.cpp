@@ -154,9 +154,11 @@ Plan Planner::make()
     m_ListWriter.writeNew();
     writeFilters(false);
     writeOutputs(false);
-    std::vector<std::string> notes = m_ListWriter.changeInPlace();
+    std::vector<std::string> notes;
+    m_ListWriter.changeInPlace(false, notes);
     switchPidLut(pidLut.meanwhile,
                  pidLut.meanwhile.size() == pidLut.wanted.size() ? "" : " before the TSI MAP changes");
+    m_ListWriter.changeInPlace(true, notes); // when no packet that gets a row of its own follows them any more
     writeTsiMap();
     switchPidLut(pidLut.wanted, "");
     m_ListWriter.writeNumbered();
