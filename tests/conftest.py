@@ -86,6 +86,7 @@ def terminal():
             encoding="utf-8",
             timeout=boards.TIMEOUT,
             echo=False,
+            preexec_fn=boards.heed_hang_up,
         )
         session.delaybeforesend = None
         running.append(session)

@@ -12,7 +12,7 @@ import pexpect
 import pytest
 
 from harness.board import BUILD, IPLUT, LAUNCHER, MODEL, PIDLUT, PKTIO, REPO, ROUTE, SCM, SIZES, SPI, TIMEOUT, TOOL
-from harness.board import environment, run_bare, wait_until
+from harness.board import environment, heed_hang_up, run_bare, wait_until
 from harness.tables import Model
 
 
@@ -167,8 +167,7 @@ def test_nothing_is_left_when_the_launcher_is_killed(end, options, tmp_path):
         [LAUNCHER, "run", *options, "--", "sh", "-c", script],
         stdout=subprocess.PIPE,
         env={**environment(), "TMPDIR": str(tmp_path)},
-        # Tests that run under nohup pass an ignored hang-up on, which a shell cannot undo.
-        preexec_fn=lambda: signal.signal(signal.SIGHUP, signal.SIG_DFL),
+        preexec_fn=heed_hang_up,
     )
     assert launcher.stdout.readline() == b"started\n"
     assert processes_with(mark)

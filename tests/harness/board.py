@@ -3,6 +3,7 @@
 import json
 import os
 import re
+import signal
 import struct
 import subprocess
 import sys
@@ -41,6 +42,11 @@ class Result(NamedTuple):
 def without_places(text):
     """An error text without the place in the source code where the error was raised."""
     return re.sub(r"\([^()\s]+\.(?:cpp|h):\d+\)", "", text)
+
+
+def heed_hang_up():
+    """For a child of tests that run under nohup: it inherits an ignored hang-up, which a shell cannot undo."""
+    signal.signal(signal.SIGHUP, signal.SIG_DFL)
 
 
 def environment():
