@@ -150,6 +150,25 @@ bool isStuffing(const Selector& packets)
     return packets.tsi == PidLutEntry::FIELD<"TSIIDX">.at.max() && packets.pid == PidLutEntry::FIELD<"PID">.at.max();
 }
 
+std::optional<uint32_t> findPidLutRow(const Tables& tables, const Selector& packets)
+{
+    if (isStuffing(packets))
+        return std::nullopt;
+    uint32_t first = 0;
+    uint32_t end = PID_LUT.rows;
+    while (first < end) {
+        const uint32_t middle = first + (end - first) / 2;
+        const Selector found = packetsOf(tables.row(PID_LUT, middle));
+        if (found == packets)
+            return middle;
+        if (found < packets)
+            first = middle + 1;
+        else
+            end = middle;
+    }
+    return std::nullopt;
+}
+
 bool isOutRoute(Words pidLutRow) { return PidLutEntry::FIELD<"OUT_ROUTE">.at.get(pidLutRow) != 0; }
 
 uint16_t listOf(Words pidLutRow) { return static_cast<uint16_t>(PidLutEntry::FIELD<"PIDIDX">.at.get(pidLutRow)); }

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -39,6 +40,9 @@ void forEachRow(const Tables& tables, const TableUse& table, const Visit& visit)
 Selector packetsOf(Words pidLutRow);
 /// What unused rows of the PID LUT look like; the FPGA never looks for it.
 bool isStuffing(const Selector& packets);
+/// The row of the PID LUT that the FPGA finds for packets of one PID, if any: by bisection, so that what is not in
+/// order is not found.
+std::optional<uint32_t> findPidLutRow(const Tables& tables, const Selector& packets);
 bool isOutRoute(Words pidLutRow);
 uint16_t listOf(Words pidLutRow);
 uint8_t filterOf(Words pidLutRow);

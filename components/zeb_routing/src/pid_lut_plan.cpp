@@ -7,7 +7,6 @@
 
 #include <fmt/format.h>
 
-#include <optional>
 #include <set>
 #include <utility>
 
@@ -71,25 +70,6 @@ std::set<uint8_t> tsisWhoseRestChanges(const Tables& present, const Routing& fac
     return tsis;
 }
 
-/// The row that the FPGA finds for some packets of one PID: by bisection, so that what is not in order is not found.
-std::optional<Words> findPidLutRow(const Tables& tables, const Selector& packets)
-{
-    uint32_t first = 0;
-    uint32_t end = PID_LUT.rows;
-    while (first < end && !isStuffing(packets)) {
-        const uint32_t middle = first + (end - first) / 2;
-        const Words row = tables.row(PID_LUT, middle);
-        const Selector found = packetsOf(row);
-        if (found == packets)
-            return row;
-        if (found < packets)
-            first = middle + 1;
-        else
-            end = middle;
-    }
-    return std::nullopt;
-}
-
 } // namespace
 
 PidLutPlan::PidLutPlan(const Tables& present, const Routing& facts, const Routing& routing, const ListPlan& lists)
@@ -98,9 +78,13 @@ PidLutPlan::PidLutPlan(const Tables& present, const Routing& facts, const Routin
     wanted = wantedRows(before, routing, lists);
     meanwhile = wanted;
     const std::set<uint8_t> tsis = tsisWhoseRestChanges(present, facts, routing, lists);
-    for (const auto& [packets, words] : before)
-        if (const auto row = tsis.contains(packets.tsi) ? findPidLutRow(present, packets) : std::nullopt; row)
-            meanwhile.emplace(packets, RowCopy(row->begin(), row->end()));
+    for (const auto& entry : before) {
+        const Selector& packets = entry.first;
+        if (const auto row = tsis.contains(packets.tsi) ? findPidLutRow(present, packets) : std::nullopt) {
+            const Words words = present.row(PID_LUT, *row);
+            meanwhile.emplace(packets, RowCopy(words.begin(), words.end()));
+        }
+    }
 }
 
 PidLutChange::PidLutChange(const Tables& now, const PidLutRows& wanted, const char* occasion)

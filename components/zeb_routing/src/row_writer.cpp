@@ -13,16 +13,6 @@ namespace {
 
 using Words = std::span<const uint32_t>;
 
-/// The bits of a row's word that mean something.
-uint32_t fieldBits(const TableLayout& table, uint32_t word)
-{
-    uint32_t bits = 0;
-    for (const Field& field : table.fields)
-        if (field.isStored() && field.at.word == word)
-            bits |= field.at.mask();
-    return bits;
-}
-
 /// The field that keeps a row in place from being used; null: a row of one word needs none.
 const Drivers::Misc::BitField* enableOf(const TableLayout& table)
 {
@@ -33,9 +23,10 @@ const Drivers::Misc::BitField* enableOf(const TableLayout& table)
 /// The words in which any field changes.
 std::vector<uint32_t> changingWords(const TableLayout& table, Words from, Words to)
 {
+    const RowBits used = table.usedBits();
     std::vector<uint32_t> changing;
     for (uint32_t word = 0; word < table.wordsPerRow; ++word)
-        if (((from[word] ^ to[word]) & fieldBits(table, word)) != 0)
+        if (((from[word] ^ to[word]) & used[word]) != 0)
             changing.push_back(word);
     return changing;
 }

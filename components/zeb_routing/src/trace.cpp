@@ -15,26 +15,6 @@ using namespace Drivers::Zeb;
 
 namespace {
 
-/// The row that the FPGA finds, which searches by bisection; nullopt when it finds none.
-std::optional<uint32_t> findRow(const Tables& tables, const Selector& packets)
-{
-    if (isStuffing(packets))
-        return std::nullopt;
-    uint32_t first = 0;
-    uint32_t end = PID_LUT.rows;
-    while (first < end) {
-        const uint32_t middle = first + (end - first) / 2;
-        const Selector found = packetsOf(tables.row(PID_LUT, middle));
-        if (found == packets)
-            return middle;
-        if (found < packets)
-            first = middle + 1;
-        else
-            end = middle;
-    }
-    return std::nullopt;
-}
-
 /// Follows one packet, and notes what happens to it.
 class Follower
 {
@@ -46,7 +26,7 @@ public:
         m_Trace.inputs = inputNames(m_Source.routing, m_Trace.tsi);
         note("TSI {}: {}", m_Trace.tsi, m_Trace.inputs.empty() ? "no input feeds it" : listed(m_Trace.inputs));
         const Selector packets{m_Trace.tsi, m_Trace.pid};
-        if (const auto row = findRow(m_Source.tables, packets))
+        if (const auto row = findPidLutRow(m_Source.tables, packets))
             followRow(*row);
         else
             followWholeTsi(packets);
