@@ -155,6 +155,7 @@ def test_paced_feed_loops_without_a_seam(tmp_path):
         ("tuner0={tmp}/none.ts", "Cannot open {tmp}/none.ts: No such file or directory"),
         ("tuner0={tmp}/text", "{tmp}/text cannot be fed: TS streaming read error: The input is not a transport stream"),
         ("tuner0={tmp}/empty", "{tmp}/empty"),
+        ("tuner0={tmp}/pipe", "{tmp}/pipe cannot be fed: it is not a file"),
         ("tuner22={tmp}/text", "unknown input \"tuner22\"; expected one of cam0, cam1, "),
         ("scm0={tmp}/text --feed scm0={tmp}/text", "scm0 is fed already"),
     ],
@@ -162,6 +163,7 @@ def test_paced_feed_loops_without_a_seam(tmp_path):
 def test_unusable_feed(tmp_path, argument, message):
     (tmp_path / "text").write_text("text\n" * 1000)
     (tmp_path / "empty").touch()
+    os.mkfifo(tmp_path / "pipe")
     result = run_bare(LAUNCHER, "run", "--feed", *argument.format(tmp=tmp_path).split(), "--", "echo", "ran")
     assert result[:2] == (125, "")
     assert message.format(tmp=tmp_path) in result.err
@@ -253,6 +255,17 @@ def test_groups_follow_the_active_table(net_board, tmp_path):
         assert b"".join(came) == ts.join(only(expected, 0x100, 0x200)), command
 
 
+def test_part_of_an_ip_lut_is_gone_with_its_writer(net_board):
+    """One that is killed before the switch. Meanwhile it reads back what it wrote, and the board uses the other bank."""
+    program(net_board, ROUTE_NETWORK[0], "wriplut -t 8 -i 239.1.1.9 -p 7")
+    before, heard = net_board.words(IPLUT), joined(net_board)
+    result = net_board.sh("exec 9<>/dev/zebtsif_iplut; zeb_fpga_shell write32 -d tsio -o 2050 -v 0xEF000001; "
+                          "zeb_fpga_shell read32 -d tsio -o 2050; cat /proc/net/udp; kill -9 $$")  # fmt: skip
+    assert result.status == -9 and "0xEF000001" in result.out.upper().replace("X", "x")
+    wait_until(lambda: net_board.words(IPLUT) == before)
+    assert net_board.words(IPLUT) == before and joined(net_board) == heard
+
+
 def test_datagrams_without_ts_are_reported_and_dropped(net_board, tmp_path):
     sent = ts.made_up(70, pids=[0x100])
     program(net_board, *ROUTE_NETWORK, "wripoutmap -t 3 -i 239.2.2.2 -p 5000")
@@ -291,7 +304,15 @@ def poke_pid_lut(*rows):
 
 
 def poke_ip_lut(*rows):
-    return lambda board: (board.poke(IPLUT, 2048, *sum(rows, ())), board.poke(IPLUT, 0, 1))
+    """In one go: a table out of order is gone once the device is closed without the switch of the bank."""
+
+    def act(board):
+        with board.path(IPLUT).open("r+b") as memory:
+            for offset, words in (2048, sum(rows, ())), (0, (1,)):
+                memory.seek(4 * offset)
+                memory.write(struct.pack(f"={len(words)}I", *words))
+
+    return act
 
 
 def transfer(data):
@@ -318,6 +339,8 @@ def send_to(designator, *commands):
         (transfer(b"0" * 200), "TX channel 2: 200 bytes were neither segment head nor packet record"),
         (transfer(b"\0\0\0\0\x47"), "TX channel 2: the sender ended inside a transfer; its last 5 bytes are dropped"),
         (transfer(segment(2 * ts.made_up(1), 0, header=2 << 30)), "a packet with the unknown designator 0x80000000"),
+        (lambda board: board.sh("cp /dev/null /dev/zebtsif_pktio_dbg"), "/dev/zebtsif_pktio_dbg was cut short under the"),
+        (lambda board: os.truncate(board.path(IPLUT), 0), "/dev/zebtsif_iplut was cut short under the board; what was cut"),
         (send_to("-P 7", "wropidmap -P 7 -t 3 -N 8", "wropidmap -P 8 -t 3 -N 7"), "the replication list from PIDIDX 7 loops"),
         (send_to("-o 3", "write32 -d tsio -o 259 -v 0x11b"), "a stream is mapped to PHYOIDX 27, where the board has no output"),
         (send_to("-o 3", "write32 -d tsio -o 1038 -v 0x0a000001", "write32 -d tsio -o 1039 -v 0x20050"),
@@ -333,6 +356,13 @@ def test_the_board_complains_and_goes_on(net_board, tmp_path, act, complaint):
     sent = ts.made_up(20)
     program(net_board, f"wrtspackets -q -C 2 -o 7 -f {write(tmp_path / 'sent.ts', sent)} >/dev/null")
     assert ts.packets_of(net_board.output("modulator2", 20)) == sent
+
+
+def test_device_that_is_replaced_is_told():
+    script = "mv /dev/zebtsif_iplut /dev/moved; until [ -s /dev/zebtsif_complaints ]; do sleep 0.01; done"
+    result = run_bare(LAUNCHER, "run", "--", "sh", "-c", script, complaints=True)
+    assert result.err == ("virtual board: /dev/zebtsif_iplut was removed or replaced under the board, which works on "
+                          "with the old one until it ends\n")  # fmt: skip
 
 
 # --- Tables that change under traffic --------------------------------------------------------------------------------

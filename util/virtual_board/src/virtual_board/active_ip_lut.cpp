@@ -48,9 +48,8 @@ std::string ActiveIpLut::faultOf(const Table& table)
     return "";
 }
 
-bool ActiveIpLut::use(const Table& table)
+std::vector<IpLutRow> ActiveIpLut::rowsOf(const Table& table)
 {
-    m_Table = table;
     std::vector<IpLutRow> rows;
     IpInEntry entry;
     for (uint32_t row = 0; row < IP_LUT.rows; ++row) {
@@ -59,36 +58,38 @@ bool ActiveIpLut::use(const Table& table)
             rows.push_back(
                 {.group = entry.getIpAddress().value(), .port = entry.getUdpPort(), .tsi = entry.getTSIidx()});
     }
+    return rows;
+}
+
+bool ActiveIpLut::use(const Table& table)
+{
+    m_Table = table;
+    std::vector<IpLutRow> rows = rowsOf(table);
     if (rows == m_Rows)
         return false;
     m_Rows = std::move(rows);
     return true;
 }
 
-/// Whether the table lost all its rows: who clears it switches the bank twice in no time.
-bool ActiveIpLut::isCleared() const
-{
-    if (m_Rows.empty())
-        return false;
-    for (uint32_t row = 0; row < IP_LUT.rows; ++row)
-        if (!rowOf<IpInEntry>(m_Block, row).isUnused())
-            return false;
-    return true;
-}
-
 bool ActiveIpLut::followBank()
 {
     const uint32_t bank = IP_LUT.bankInUse(m_Block[IP_LUT.bankWord]);
-    if (bank == m_Bank && !isCleared())
+    if (bank == m_Bank)
         return false;
     m_Bank = bank;
     return use(readTable());
 }
 
-bool ActiveIpLut::settle()
+bool ActiveIpLut::endFilling()
 {
-    const Table table = readTable();
-    return table != m_Table && faultOf(table).empty() && use(table);
+    if (followBank())
+        return true;
+    const Table shown = readTable();
+    if (faultOf(shown).empty())
+        return use(shown);
+    for (uint32_t word = 0; word < m_Table.size(); ++word)
+        m_Block[IP_LUT.rowOffset(0) + word] = m_Table[word];
+    return false;
 }
 
 } // namespace Osl::VirtualBoard

@@ -18,21 +18,24 @@ struct IpLutRow
     bool operator==(const IpLutRow&) const = default;
 };
 
-/// The bank of the IP LUT that is in use. Both banks are reached at one address, so what the memory shows is the bank
-/// that is being filled; with the bank's switch it becomes the active one, of which this keeps a copy.
+/// The bank of the IP LUT that is in use. Both banks are reached at one address, which shows the active one until
+/// somebody fills the other there. This keeps a copy of the active one.
 class ActiveIpLut
 {
 public:
     /// `ioBlock` are the words of the input/output block, which must outlive this. What they hold is active.
     explicit ActiveIpLut(volatile uint32_t* ioBlock);
 
-    /// Takes the table over when the bank was switched since the last call, or the table cleared. Returns whether the
-    /// rows changed.
+    /// Takes the table over when the bank was switched since the last call. Returns whether the rows changed.
     bool followBank();
 
-    /// Makes up for two switches that followBank() could not tell from none: to be called when the table
-    /// has not been touched for a while. One that is whole is taken over then. Returns whether the rows changed.
-    bool settle();
+    /// Whether the address shows another table than the active one: somebody is filling the other bank, or gave up.
+    bool isBeingFilled() const { return readTable() != m_Table; }
+
+    /// Once nobody fills the other bank any more: shows the active table again in place of a part of another. One that
+    /// is whole is taken for active, since two switches in a row, which followBank() can miss, look like none. Returns
+    /// whether the rows changed.
+    bool endFilling();
 
     const std::vector<IpLutRow>& rows() const { return m_Rows; }
     /// What real hardware would choke on, "" when there is nothing.
@@ -42,8 +45,8 @@ private:
     using Table = std::array<uint32_t, Drivers::Zeb::IP_LUT.words()>;
 
     Table readTable() const;
-    bool isCleared() const;
     static std::string faultOf(const Table& table);
+    static std::vector<IpLutRow> rowsOf(const Table& table);
     bool use(const Table& table);
 
     volatile uint32_t* m_Block;

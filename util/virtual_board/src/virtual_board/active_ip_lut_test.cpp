@@ -43,19 +43,22 @@ TEST_F(ActiveIpLutTest, WhatIsWrittenCountsFromTheSwitchOfTheBankOn)
     EXPECT_THAT(lut.rows(), ElementsAre(FIRST_ROW, IpLutRow{0xEF010204, 80, 6}));
 }
 
-TEST_F(ActiveIpLutTest, TwoSwitchesAtOnceAreMadeUpFor)
+TEST_F(ActiveIpLutTest, ShowsTheActiveTableAgainInPlaceOfAPartOfAnother)
 {
     fill({FIRST});
     ActiveIpLut lut(words.data());
-    fill({FIRST, SECOND});
-    EXPECT_TRUE(lut.settle());
-    EXPECT_EQ(lut.rows().size(), 2U);
-    fill({SECOND, FIRST}); // half of something
-    EXPECT_FALSE(lut.settle());
-    EXPECT_EQ(lut.rows().size(), 2U);
-    fill({});
-    EXPECT_TRUE(lut.followBank()) << "cleared";
-    EXPECT_THAT(lut.rows(), IsEmpty());
+    const auto active = words;
+    fill({SECOND, FIRST});
+    EXPECT_TRUE(lut.isBeingFilled());
+    EXPECT_FALSE(lut.endFilling());
+    EXPECT_EQ(words, active);
+    for (const auto& whole : {std::vector{FIRST, SECOND}, {}}) {
+        fill(whole);
+        EXPECT_FALSE(lut.followBank());
+        EXPECT_TRUE(lut.endFilling()) << "after two switches";
+        EXPECT_EQ(lut.rows().size(), whole.size());
+        EXPECT_FALSE(lut.isBeingFilled());
+    }
 }
 
 TEST_F(ActiveIpLutTest, StuffingInFrontIsAFaultAndAPortOfItsOwnIsNone)

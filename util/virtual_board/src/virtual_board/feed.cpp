@@ -14,6 +14,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <utility>
 
 namespace Osl::VirtualBoard {
@@ -33,10 +34,15 @@ constexpr auto MAX_LATENESS = 500ms;
 
 LinuxCppUtil::UniqueFD openFeed(const std::string& file)
 {
-    const int descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
+    // Without blocking, as a pipe would until somebody writes to it.
+    const int descriptor = ::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     if (descriptor < 0)
         OSL_RAISE(BoardError, fmt::format("Cannot open {}: {}", file, std::strerror(errno)));
-    return LinuxCppUtil::ownFD(descriptor);
+    auto owned = LinuxCppUtil::ownFD(descriptor);
+    struct stat status = {};
+    if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode))
+        OSL_RAISE(BoardError, fmt::format("{} cannot be fed: it is not a file", file));
+    return owned;
 }
 
 } // namespace

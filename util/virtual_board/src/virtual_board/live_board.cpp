@@ -2,6 +2,7 @@
 
 #include "virtual_board/block_rows.h"
 #include "virtual_board/board_folder.h"
+#include "virtual_board/device_users.h"
 
 #include <osl/ts_streaming/outputs/pcrsegwriter_zebhw.h>
 #include <osl/userspace_drivers/drivers/zeb/zeb_attributes.h>
@@ -18,6 +19,7 @@
 #include <fstream>
 #include <iostream>
 #include <poll.h>
+#include <sys/file.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
 
@@ -84,21 +86,15 @@ std::vector<fs::path> watchedFiles(const fs::path& root)
 
 } // namespace
 
-volatile uint32_t* LiveBoard::wordsOf(Pci::PciIf& device) const
-{
-    return static_cast<volatile uint32_t*>(device.getMemSegment().base);
-}
-
 LiveBoard::LiveBoard(const Settings& settings)
     : m_Root(settings.folder),
-      m_PidBlock(placeOf(m_Root, Zeb::PIDLUT_DEVICE.path), Zeb::PIDLUT_DEVICE.mapSize, 0),
-      m_IoBlock(placeOf(m_Root, Zeb::IPLUT_DEVICE.path), Zeb::IPLUT_DEVICE.mapSize, 0),
-      m_Io(wordsOf(m_IoBlock)),
-      m_PortRegisters(placeOf(m_Root, Zeb::PKTIO_DEVICE.path), Zeb::PKTIO_DEVICE.mapSize, 0),
-      m_Router(wordsOf(m_PidBlock), *this),
-      m_Outputs(m_Io, m_Root, settings.network, [this](const std::string& what) { complain(what); }),
-      m_IpLut(m_Io),
-      m_Port(wordsOf(m_PortRegisters), openRxPipe(placeOf(m_Root, Zeb::PKTIO_RX_PATH))),
+      m_PidBlock(m_Root, Zeb::PIDLUT_DEVICE),
+      m_IoBlock(m_Root, Zeb::IPLUT_DEVICE),
+      m_PortRegisters(m_Root, Zeb::PKTIO_DEVICE),
+      m_Router(m_PidBlock.words(), *this),
+      m_Outputs(m_IoBlock.words(), m_Root, settings.network, [this](const std::string& what) { complain(what); }),
+      m_IpLut(m_IoBlock.words()),
+      m_Port(m_PortRegisters.words(), openRxPipe(placeOf(m_Root, Zeb::PKTIO_RX_PATH))),
       m_RxCounter(placeOf(m_Root, Zeb::PKTIO_RX_BYTES_ATTRIBUTE)),
       m_Pace(settings.pace),
       m_Watch(watchedFiles(m_Root))
@@ -152,7 +148,7 @@ void LiveBoard::complain(const std::string& what)
 
 std::optional<uint8_t> LiveBoard::tsiOf(uint32_t phyIIdx) const
 {
-    const auto row = rowOf<Zeb::PhysInEntry>(m_Io, phyIIdx);
+    const auto row = rowOf<Zeb::PhysInEntry>(m_IoBlock.words(), phyIIdx);
     return row.isUnused() ? std::nullopt : std::optional(row.getTSIidx());
 }
 
@@ -194,6 +190,29 @@ bool LiveBoard::serveIpInputs()
     return m_IpInput && m_IpInput->serve(m_Now);
 }
 
+/// Puts an end to a filling of the idle bank that nobody goes on with. Who does would hold the lock, as all that edits
+/// by commands does, or have the device open.
+void LiveBoard::endIpLutFilling()
+{
+    if (!m_IpLut.isBeingFilled() || ::flock(m_IoBlock.descriptor(), LOCK_EX | LOCK_NB) != 0)
+        return;
+    if (usersOf(m_IoBlock.file()).empty() && m_IpLut.endFilling() && m_IpInput)
+        m_IpInput->tune(m_IpLut.rows());
+    ::flock(m_IoBlock.descriptor(), LOCK_UN);
+}
+
+/// Says what people did to the devices' files. Their names need a look only when somebody was there.
+void LiveBoard::reportDamage(bool touched)
+{
+    for (DeviceMemory* memory : {&m_PidBlock, &m_IoBlock, &m_PortRegisters}) {
+        if (memory->wasCut())
+            complain(memory->file().string() + " was cut short under the board; what was cut off is 0 now");
+        if (touched && memory->wasReplaced())
+            complain(memory->file().string() +
+                     " was removed or replaced under the board, which works on with the old one until it ends");
+    }
+}
+
 bool LiveBoard::serve()
 {
     bool busy = m_Watch.somethingHappened();
@@ -205,6 +224,8 @@ bool LiveBoard::serve()
         route(record[0], reinterpret_cast<const uint8_t*>(&record[1]));
     });
     busy |= serveIpInputs();
+    if (m_Watch.wasClosed(m_IoBlock.file()))
+        endIpLutFilling();
     busy |= serveFeeds();
     m_Outputs.sendDatagrams();
     return busy;
@@ -230,8 +251,6 @@ void LiveBoard::showCounters()
 
 void LiveBoard::checkIpLut()
 {
-    if (m_IpLut.settle() && m_IpInput)
-        m_IpInput->tune(m_IpLut.rows());
     const std::string fault = m_IpLut.fault();
     if (!fault.empty() && fault != m_IpLutFault)
         complain(fault);
@@ -240,9 +259,9 @@ void LiveBoard::checkIpLut()
 
 void LiveBoard::keepHouse()
 {
+    reportDamage(m_TablesTouched > m_TablesChecked);
     if (m_TablesTouched > m_TablesChecked) {
         const bool certain = m_Router.checkPidLut();
-        // The IP LUT's bank in use is out of sight, so that an edit must be over to be judged.
         if (certain && m_Now - m_TablesTouched >= ATTENTION) {
             checkIpLut();
             m_TablesChecked = m_Now;
@@ -304,6 +323,8 @@ void LiveBoard::run(const std::function<bool()>& ended)
         sleepUntilNeeded();
     }
     m_Now = Clock::now();
+    m_IpLut.followBank();
+    endIpLutFilling();
     keepHouse();
 }
 

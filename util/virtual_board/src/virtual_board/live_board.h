@@ -2,6 +2,7 @@
 
 #include "virtual_board/active_ip_lut.h"
 #include "virtual_board/byte_counter.h"
+#include "virtual_board/device_memory.h"
 #include "virtual_board/device_watch.h"
 #include "virtual_board/feed.h"
 #include "virtual_board/multicast_input.h"
@@ -10,8 +11,6 @@
 #include "virtual_board/settings.h"
 #include "virtual_board/stream_outputs.h"
 #include "virtual_board/tx_channel.h"
-
-#include <osl/userspace_drivers/interfaces/pci/pciif.h>
 
 #include <filesystem>
 #include <functional>
@@ -49,12 +48,13 @@ private:
         std::unique_ptr<Feed> feed;
     };
 
-    volatile uint32_t* wordsOf(Pci::PciIf& device) const;
     void openChannels();
     void openFeeds(const Settings& settings);
     bool serve();
     bool serveFeeds();
     bool serveIpInputs();
+    void endIpLutFilling();
+    void reportDamage(bool touched);
     void checkIpLut();
     void keepHouse();
     void showCounters();
@@ -68,10 +68,9 @@ private:
     void complain(const std::string& what) override;
 
     std::filesystem::path m_Root;
-    Pci::PciIf m_PidBlock;
-    Pci::PciIf m_IoBlock;
-    volatile uint32_t* m_Io;
-    Pci::PciIf m_PortRegisters;
+    DeviceMemory m_PidBlock;
+    DeviceMemory m_IoBlock;
+    DeviceMemory m_PortRegisters;
     Router m_Router;
     StreamOutputs m_Outputs;
     ActiveIpLut m_IpLut;

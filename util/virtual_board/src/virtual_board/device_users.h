@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <sys/types.h>
+#include <vector>
+
+namespace Osl::VirtualBoard {
+
+/// A process, other than this one, that has a device open or mapped.
+struct DeviceUser
+{
+    pid_t process;
+    uintptr_t mapping = 0;   ///< where; 0: it is not mapped
+    bool holdsFlock = false; ///< on the device
+    bool holdsRecordLock = false;
+};
+
+/// Those that this process may look at.
+std::vector<DeviceUser> usersOf(const std::filesystem::path& device);
+
+} // namespace Osl::VirtualBoard
