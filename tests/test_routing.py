@@ -83,6 +83,23 @@ def test_cam_monitor_counts_watched_pids_and_their_errors(board, tmp_path):
     assert board.run("rcammon", "-S", 2).out == counted
 
 
+def test_what_goes_through_cam_and_scrambler_comes_back(board, tmp_path):
+    """From TSI 5 through cam0, TSI 6 and scm7 to modulator0. A packet without payload is never scrambled."""
+    sent = ts.made_up(300)
+    sent[30] = ts.Packet(sent[30].data[:3] + b"\x20\xb7\0" + sent[30].data[6:])
+    program(board, "wrtsimap -t 5 -P 1", "wropidmap -P 1 -t 1", "wrphyomap -t 1 -p 16", "wrphyimap -p 16 -t 6",
+            "wrtsimap -t 6 -P 2", "wropidmap -P 2 -t 2", "wrphyomap -t 2 -p 31", "wrphyimap -p 31 -t 7",
+            "wrtsimap -t 7 -P 3", "wropidmap -P 3 -t 3", "wrphyomap -t 3 -p 0",
+            "wrscmpidlut -s 7 -p 0x100 -k 4", "wrscmpidlut -s 7 -p 0x101 -k 63", "wrscmpidlut -s 0 -p 0x101 -k 2",
+            f"wrtspackets -q -i 5 -f {write(tmp_path / 'sent.ts', sent)} >/dev/null")  # fmt: skip
+    marks = {0x100: 0x80, 0x101: 0xC0, 0x1FFF: 0}
+    expected = [packet.data[3] | (marks[packet.pid] if packet.has_payload else 0) for packet in sent]
+    came = ts.packets_of(board.output("modulator0", len(sent)))
+    assert [packet.data[3] for packet in came] == expected
+    assert [packet.data[:3] + packet.data[4:] for packet in came] == [p.data[:3] + p.data[4:] for p in sent]
+    assert board.output("cam0", len(sent)) == board.output("scm7", len(sent)) == ts.join(sent)
+
+
 def segment(packets, spacing, header=5):
     """A segment for a TX DMA channel, remainder 0."""
     records = b"".join(struct.pack(">I", header) + packet.data for packet in packets)
@@ -342,6 +359,8 @@ def send_to(designator, *commands):
         (lambda board: board.sh("cp /dev/null /dev/zebtsif_pktio_dbg"), "/dev/zebtsif_pktio_dbg was cut short under the"),
         (lambda board: os.truncate(board.path(IPLUT), 0), "/dev/zebtsif_iplut was cut short under the board; what was cut"),
         (send_to("-P 7", "wropidmap -P 7 -t 3 -N 8", "wropidmap -P 8 -t 3 -N 7"), "the replication list from PIDIDX 7 loops"),
+        (send_to("-i 5", "wrtsimap -t 5 -P 7", "wropidmap -P 7 -t 3", "wrphyomap -t 3 -p 18", "wrphyimap -p 18 -t 5"),
+         "packets go round and round through CAMs and scramblers; they are dropped after 10 passes"),
         (send_to("-o 3", "write32 -d tsio -o 259 -v 0x11b"), "a stream is mapped to PHYOIDX 27, where the board has no output"),
         (send_to("-o 3", "write32 -d tsio -o 1038 -v 0x0a000001", "write32 -d tsio -o 1039 -v 0x20050"),
          "TSO 3 is sent to 10.0.0.1, which is not a multicast group"),

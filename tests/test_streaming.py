@@ -10,7 +10,7 @@ import tty
 import pytest
 
 from harness import ts
-from harness.board import LAUNCHER, PIDLUT, PKTIO, TIMEOUT, TOOL, run_bare, without_places
+from harness.board import LAUNCHER, PIDLUT, PKTIO, TIMEOUT, TOOL, run_bare, wait_until, without_places
 
 NULL_PID = 0x1FFF
 
@@ -346,6 +346,30 @@ def test_registers_show_what_is_sent_as_input(board, streams, tmp_path):
     seen = [source.index(packet) for packet in ts.packets_of(captured.read_bytes())]
     assert len(seen) == 20
     assert sorted(set(seen)) == list(range(len(set(seen)))) and seen == sorted(seen)
+
+
+def test_what_a_capture_misses_is_told_and_all_that_comes_is_counted(board, tmp_path):
+    tsi = route_to_cpu(board, 0x100)
+    bytes_came = board.path("sys/class/zebtsif/zebtsif_pktio_rx/bytesrx")
+    before, count = int(bytes_came.read_text()), 8000  # more than wait for a capture
+    records = b"".join(tsi.to_bytes(4, "big") + packet.data for packet in ts.made_up(count, pids=[0x100]))
+    (tmp_path / "transfer").write_bytes(bytes(64) + records)
+    result = board.sh(
+        f"""came={before}
+        send() {{
+            cat {tmp_path}/transfer >/dev/zebtsif_pktio_tx3; (( came += {count * ts.RECORD} ))
+            until grep -qx $came /sys/class/zebtsif/zebtsif_pktio_rx/bytesrx; do :; done
+        }}
+        send; zeb_fpga_shell rdtspackets -c 0 -T 0 -f {tmp_path}/captured & capture=$!
+        until [ -s {tmp_path}/captured ]; do :; done
+        kill -STOP $capture; send; kill -CONT $capture; kill -INT $capture; wait $capture"""
+    )
+    assert (result.status, result.err) == (0, "")
+    complaints = []
+    wait_until(lambda: complaints.extend(board.new_complaints()) or complaints)
+    assert len(complaints) == 1, "nothing is lost while nobody captures"
+    lost, of = re.match(r"packet port: (\d+) of (\d+) packets lost from \d\d:\d\d:\d\d on, in ", complaints[0]).groups()
+    assert 0 < int(lost) < int(of) <= count
 
 
 def until_counted(tsi):

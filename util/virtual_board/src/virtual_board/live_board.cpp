@@ -3,6 +3,7 @@
 #include "virtual_board/block_rows.h"
 #include "virtual_board/board_folder.h"
 #include "virtual_board/device_users.h"
+#include "virtual_board/reset_state.h"
 
 #include <osl/ts_streaming/outputs/pcrsegwriter_zebhw.h>
 #include <osl/userspace_drivers/drivers/zeb/zeb_attributes.h>
@@ -77,7 +78,7 @@ LinuxCppUtil::UniqueFD openRxPipe(const fs::path& file)
 std::vector<fs::path> watchedFiles(const fs::path& root)
 {
     std::vector<fs::path> files;
-    for (const Zeb::MappedDevice& device : {Zeb::PIDLUT_DEVICE, Zeb::IPLUT_DEVICE, Zeb::PKTIO_DEVICE})
+    for (const Zeb::MappedDevice& device : {Zeb::PIDLUT_DEVICE, Zeb::IPLUT_DEVICE, Zeb::PKTIO_DEVICE, SCM_DEVICE})
         files.push_back(placeOf(root, device.path));
     for (unsigned channel = 0; channel < Zeb::PKTIO_TX_CHANNELS; ++channel)
         files.push_back(placeOf(root, Zeb::PKTIO_TX_PATH + std::to_string(channel)));
@@ -91,8 +92,14 @@ LiveBoard::LiveBoard(const Settings& settings)
       m_PidBlock(m_Root, Zeb::PIDLUT_DEVICE),
       m_IoBlock(m_Root, Zeb::IPLUT_DEVICE),
       m_PortRegisters(m_Root, Zeb::PKTIO_DEVICE),
+      m_Scrambler(m_Root, SCM_DEVICE),
       m_Router(m_PidBlock.words(), *this),
-      m_Outputs(m_IoBlock.words(), m_Root, settings.network, [this](const std::string& what) { complain(what); }),
+      m_ReturnPaths(
+          m_Scrambler.words(), [this](uint32_t phyIIdx, const uint8_t* packet) { takeBack(phyIIdx, packet); },
+          [this](const std::string& what) { complain(what); }),
+      m_Outputs(
+          m_IoBlock.words(), m_Root, settings.network, [this](const std::string& what) { complain(what); },
+          [this](uint32_t phyOIdx, const uint8_t* packet) { m_ReturnPaths.take(phyOIdx, packet); }),
       m_IpLut(m_IoBlock.words()),
       m_Port(m_PortRegisters.words(), openRxPipe(placeOf(m_Root, Zeb::PKTIO_RX_PATH))),
       m_RxCounter(placeOf(m_Root, Zeb::PKTIO_RX_BYTES_ATTRIBUTE)),
@@ -103,9 +110,9 @@ LiveBoard::LiveBoard(const Settings& settings)
     openChannels();
     openFeeds(settings);
     if (settings.network == Network::PRIVATE) {
-        m_IpInput = std::make_unique<MulticastInput>(
-            [this](uint8_t tsi, const uint8_t* packet) { m_Router.fromInput(tsi, packet); },
-            [this](const std::string& what) { complain(what); });
+        m_IpInput =
+            std::make_unique<MulticastInput>([this](uint8_t tsi, const uint8_t* packet) { routeInput(tsi, packet); },
+                                             [this](const std::string& what) { complain(what); });
         m_IpInput->tune(m_IpLut.rows());
     }
     ::prctl(PR_SET_TIMERSLACK, 1UL);
@@ -135,7 +142,7 @@ void LiveBoard::openFeeds(const Settings& settings)
                                file, settings.pace,
                                [this, input = phyIIdx](const uint8_t* packet) {
                                    if (const auto tsi = tsiOf(input))
-                                       m_Router.fromInput(*tsi, packet);
+                                       routeInput(*tsi, packet);
                                },
                                [this](const std::string& what) { complain(what); })});
 }
@@ -152,20 +159,42 @@ std::optional<uint8_t> LiveBoard::tsiOf(uint32_t phyIIdx) const
     return row.isUnused() ? std::nullopt : std::optional(row.getTSIidx());
 }
 
+void LiveBoard::routeInput(uint8_t tsi, const uint8_t* packet)
+{
+    m_Router.fromInput(tsi, packet);
+    m_ReturnPaths.settle();
+}
+
+/// An input that is fed has its packets from there alone.
+void LiveBoard::takeBack(uint32_t phyIIdx, const uint8_t* packet)
+{
+    const bool fed = std::any_of(m_Feeds.begin(), m_Feeds.end(),
+                                 [phyIIdx](const FedInput& input) { return input.phyIIdx == phyIIdx; });
+    if (const auto tsi = fed ? std::nullopt : tsiOf(phyIIdx))
+        m_Router.fromInput(*tsi, packet);
+}
+
 void LiveBoard::route(uint32_t header, const uint8_t* packet)
 {
     const uint32_t value = header & VALUE_MASK;
     switch (static_cast<DesignatorMode>(header >> MODE_SHIFT)) {
     case DesignatorMode::TSI:
         m_Router.fromInput(static_cast<uint8_t>(value), packet);
-        return;
+        break;
     case DesignatorMode::PIDIDX:
         m_Router.fromPidIdx(value, packet);
-        return;
+        break;
     case DesignatorMode::TSO:
         m_Router.throughOutput(static_cast<uint8_t>(value), packet);
-        return;
+        break;
+    default:
+        reportDesignator(header);
     }
+    m_ReturnPaths.settle();
+}
+
+void LiveBoard::reportDesignator(uint32_t header)
+{
     if (m_DesignatorsReported.insert(header).second)
         complain(fmt::format("a packet with the unknown designator {:#010x}", header));
 }
@@ -204,7 +233,7 @@ void LiveBoard::endIpLutFilling()
 /// Says what people did to the devices' files. Their names need a look only when somebody was there.
 void LiveBoard::reportDamage(bool touched)
 {
-    for (DeviceMemory* memory : {&m_PidBlock, &m_IoBlock, &m_PortRegisters}) {
+    for (DeviceMemory* memory : {&m_PidBlock, &m_IoBlock, &m_PortRegisters, &m_Scrambler}) {
         if (memory->wasCut())
             complain(memory->file().string() + " was cut short under the board; what was cut off is 0 now");
         if (touched && memory->wasReplaced())
@@ -246,7 +275,7 @@ void LiveBoard::showCounters()
                   << underruns - channel.reportedUnderruns << " times" << std::endl;
         channel.reportedUnderruns = underruns;
     }
-    m_RxCounter.show(m_Port.streamBytes());
+    m_RxCounter.show(m_Port.bytes());
 }
 
 void LiveBoard::checkIpLut()
@@ -257,7 +286,7 @@ void LiveBoard::checkIpLut()
     m_IpLutFault = fault;
 }
 
-void LiveBoard::keepHouse()
+void LiveBoard::keepHouse(bool atEnd)
 {
     reportDamage(m_TablesTouched > m_TablesChecked);
     if (m_TablesTouched > m_TablesChecked) {
@@ -268,6 +297,8 @@ void LiveBoard::keepHouse()
         }
     }
     m_Outputs.update(m_Now);
+    for (const std::string& loss : m_Port.losses(m_Now, atEnd))
+        complain(loss);
     showCounters();
     m_NextHousekeeping = m_Now + HOUSEKEEPING;
 }
@@ -325,7 +356,7 @@ void LiveBoard::run(const std::function<bool()>& ended)
     m_Now = Clock::now();
     m_IpLut.followBank();
     endIpLutFilling();
-    keepHouse();
+    keepHouse(true);
 }
 
 } // namespace Osl::VirtualBoard

@@ -7,6 +7,7 @@
 #include "virtual_board/feed.h"
 #include "virtual_board/multicast_input.h"
 #include "virtual_board/packet_port.h"
+#include "virtual_board/return_paths.h"
 #include "virtual_board/router.h"
 #include "virtual_board/settings.h"
 #include "virtual_board/stream_outputs.h"
@@ -56,11 +57,14 @@ private:
     void endIpLutFilling();
     void reportDamage(bool touched);
     void checkIpLut();
-    void keepHouse();
+    void keepHouse(bool atEnd = false);
     void showCounters();
     Clock::duration longestSleep() const;
     void sleepUntilNeeded();
     void route(uint32_t header, const uint8_t* packet);
+    void reportDesignator(uint32_t header);
+    void routeInput(uint8_t tsi, const uint8_t* packet);
+    void takeBack(uint32_t phyIIdx, const uint8_t* packet);
     std::optional<uint8_t> tsiOf(uint32_t phyIIdx) const;
 
     void toCpu(uint8_t tsi, const uint8_t* packet) override { m_Port.deliver(tsi, packet); }
@@ -71,7 +75,9 @@ private:
     DeviceMemory m_PidBlock;
     DeviceMemory m_IoBlock;
     DeviceMemory m_PortRegisters;
+    DeviceMemory m_Scrambler;
     Router m_Router;
+    ReturnPaths m_ReturnPaths;
     StreamOutputs m_Outputs;
     ActiveIpLut m_IpLut;
     std::unique_ptr<MulticastInput> m_IpInput; ///< empty without a network

@@ -3,6 +3,9 @@
 #include <osl/ts_basics/ll_tspackets.h>
 
 #include <cstring>
+#include <fcntl.h>
+#include <poll.h>
+#include <string>
 #include <unistd.h>
 #include <utility>
 
@@ -15,6 +18,11 @@ namespace {
 constexpr uint32_t RELEASE_BIT = 1;
 constexpr unsigned TSI_SHIFT = 24; ///< of the header word
 
+LinuxCppUtil::UniqueFD reopen(const LinuxCppUtil::UniqueFD& pipe, int access)
+{
+    return LinuxCppUtil::makeUniqueFD("/proc/self/fd/" + std::to_string(*pipe), access | O_NONBLOCK | O_CLOEXEC);
+}
+
 } // namespace
 
 PacketPort::PacketPort(volatile uint32_t* registers, LinuxCppUtil::UniqueFD stream)
@@ -22,6 +30,8 @@ PacketPort::PacketPort(volatile uint32_t* registers, LinuxCppUtil::UniqueFD stre
       m_Stream(std::move(stream))
 {
     m_Registers[PktIoReg::TX_STATUS] = 1;
+    if (m_Stream)
+        m_StreamWriter = reopen(m_Stream, O_WRONLY);
 }
 
 void PacketPort::present()
@@ -40,11 +50,40 @@ void PacketPort::deliver(uint8_t tsi, const uint8_t* packet)
     std::memcpy(&record[1], packet, Ts::TS_SIZE);
     if (m_Waiting.size() < REGISTER_QUEUE)
         m_Waiting.push_back(record);
+    m_Bytes += sizeof record;
     if (!m_Stream)
         return;
-    // Small enough for a pipe to take whole or not at all.
-    if (::write(*m_Stream, record.data(), sizeof record) == ssize_t{sizeof record})
-        m_StreamBytes += sizeof record;
+    const bool lost = !toStream(record);
+    if (lost && !m_StreamLosses.lostInRound())
+        m_ReadAtFirstLoss = streamIsRead();
+    m_StreamLosses.count(lost);
+}
+
+/// A record is small enough for a pipe to take whole or not at all.
+bool PacketPort::toStream(const Record& record)
+{
+    return ::write(*m_Stream, record.data(), sizeof record) == ssize_t{sizeof record};
+}
+
+/// The board reads its pipe as well, so that it outlives other readers, and has to step aside to see them.
+bool PacketPort::streamIsRead()
+{
+    m_Stream.reset();
+    pollfd writer{.fd = *m_StreamWriter, .events = POLLOUT, .revents = 0};
+    ::poll(&writer, 1, 0);
+    m_Stream = reopen(m_StreamWriter, O_RDWR);
+    return (writer.revents & POLLERR) == 0;
+}
+
+std::vector<std::string> PacketPort::losses(Clock::time_point now, bool everything)
+{
+    const bool read = (m_StreamLosses.lostInRound() || m_StreamLosses.hasToTell()) && streamIsRead();
+    m_StreamLosses.endRound(read && m_ReadAtFirstLoss, now);
+    std::vector<std::string> reports;
+    // What a capture missed is told when it ends.
+    if (std::string report = m_StreamLosses.report(now, everything || !read); !report.empty())
+        reports.push_back(std::move(report));
+    return reports;
 }
 
 /// Forgets every packet that nobody has taken yet.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "virtual_board/loss_meter.h"
+
 #include <osl/linutils/raii_filedescriptors.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/packetiodriver.h>
 
@@ -8,6 +10,7 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <vector>
 
 namespace Osl::VirtualBoard {
 
@@ -35,17 +38,25 @@ public:
     /// Returns whether there was anything to do.
     bool serve(Clock::time_point now, const std::function<void(const Record&)>& send);
 
-    uint64_t streamBytes() const { return m_StreamBytes; } ///< handed over through the stream device
+    uint64_t bytes() const { return m_Bytes; } ///< in the records that the port had for the processor
+
+    /// To be called some ten times a second, and at the end with `everything`. Returns what was lost, for people.
+    std::vector<std::string> losses(Clock::time_point now, bool everything);
 
 private:
     void present();
     void reset();
+    bool toStream(const Record& record);
+    bool streamIsRead();
 
     volatile uint32_t* m_Registers;
     LinuxCppUtil::UniqueFD m_Stream;
+    LinuxCppUtil::UniqueFD m_StreamWriter; ///< tells, while m_Stream is closed, whether somebody else reads
+    LossMeter m_StreamLosses{"packet port"};
+    bool m_ReadAtFirstLoss = false; ///< of this round
     std::deque<Record> m_Waiting;
     Clock::time_point m_Released{}; ///< when the last packet was; the epoch: never
-    uint64_t m_StreamBytes = 0;
+    uint64_t m_Bytes = 0;
 };
 
 } // namespace Osl::VirtualBoard

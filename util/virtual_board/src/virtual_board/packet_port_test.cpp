@@ -66,20 +66,26 @@ TEST_F(PacketPortTest, RegistersShowOnePacketUntilItIsReleasedAndAWhileLonger)
     expectShown(1, 2);
 }
 
-TEST_F(PacketPortTest, StreamHasWholeRecordsAndLosesWhatNobodyReads)
+TEST_F(PacketPortTest, StreamHasWholeRecordsAndWhatAReaderMissesIsTold)
 {
-    deliver(1);
     std::array<uint8_t, 1000> bytes{};
+    deliver(1);
     ASSERT_EQ(::read(*m_Stream, bytes.data(), bytes.size()), 192);
     EXPECT_EQ(bytes[3], 7);
     EXPECT_EQ(bytes[4], 0x47);
-    for (int i = 0; i < 1000; ++i)
-        deliver(2);
-    std::size_t waiting = 192; // and the one that was read
-    for (ssize_t got; (got = ::read(*m_Stream, bytes.data(), 192)) > 0; waiting += 192)
+    const auto fill = [&] {
+        for (int i = 0; i < 1000; ++i)
+            deliver(2);
+        return m_Port->losses(m_Now += std::chrono::seconds(1), false);
+    };
+    EXPECT_THAT(fill(), ElementsAre(testing::StartsWith("packet port: ")));
+    std::size_t waiting = 0;
+    for (ssize_t got; (got = ::read(*m_Stream, bytes.data(), 192)) > 0; ++waiting)
         EXPECT_EQ(got, 192);
-    EXPECT_EQ(m_Port->streamBytes(), waiting);
-    EXPECT_LT(waiting, 1001 * 192U);
+    EXPECT_EQ(m_Port->bytes(), 1001 * 192U);
+    EXPECT_LT(waiting, 1000U);
+    m_Stream.reset();
+    EXPECT_THAT(fill(), IsEmpty()) << "nobody reads";
 }
 
 TEST_F(PacketPortTest, SendsWhatWasLoadedOnce)

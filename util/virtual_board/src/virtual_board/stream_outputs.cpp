@@ -16,9 +16,10 @@ namespace Osl::VirtualBoard {
 using namespace Drivers::Zeb;
 
 StreamOutputs::StreamOutputs(volatile uint32_t* ioBlock, const std::filesystem::path& root, Network network,
-                             Complain complain)
+                             Complain complain, Leave leave)
     : m_Block(ioBlock),
       m_Complain(std::move(complain)),
+      m_Leave(std::move(leave)),
       m_Physical(root / OUTPUTS_FOLDER, m_Complain),
       m_Sender(network == Network::PRIVATE ? std::make_unique<MulticastSender>() : nullptr),
       m_Datagrams(
@@ -44,6 +45,7 @@ void StreamOutputs::toPhysical(uint8_t tso, const uint8_t* packet)
     m_Physical.send(phyOIdx, packet);
     if (phyOIdx >= FIRST_CAM && phyOIdx - FIRST_CAM < m_CamSlots.size())
         m_CamSlots[phyOIdx - FIRST_CAM].count(packet);
+    m_Leave(phyOIdx, packet);
 }
 
 void StreamOutputs::toNetwork(uint8_t tso, const uint8_t* packet, Clock::time_point now)

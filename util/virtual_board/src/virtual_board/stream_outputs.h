@@ -7,6 +7,7 @@
 #include "virtual_board/reporting.h"
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <set>
 #include <vector>
@@ -22,8 +23,12 @@ class StreamOutputs
 public:
     using Clock = DatagramOutput::Clock;
 
-    /// `ioBlock` are the block's words, which must outlive the outputs; `root` is the board's folder.
-    StreamOutputs(volatile uint32_t* ioBlock, const std::filesystem::path& root, Network network, Complain complain);
+    using Leave = std::function<void(uint32_t phyOIdx, const uint8_t* packet)>;
+
+    /// `ioBlock` are the block's words, which must outlive the outputs; `root` is the board's folder. `leave` is told
+    /// of each packet that leaves through a physical output.
+    StreamOutputs(volatile uint32_t* ioBlock, const std::filesystem::path& root, Network network, Complain complain,
+                  Leave leave);
 
     /// A packet of 188 bytes leaves at `now`.
     void send(uint8_t tso, const uint8_t* packet, Clock::time_point now);
@@ -40,6 +45,7 @@ private:
 
     volatile uint32_t* m_Block;
     Complain m_Complain;
+    Leave m_Leave;
     PhysicalOutputs m_Physical;
     std::vector<CamSlot> m_CamSlots;
     std::unique_ptr<MulticastSender> m_Sender; ///< empty without a network

@@ -25,9 +25,9 @@ protected:
     TempFolder m_Root;
     Words m_Words = Words(0x1000);
     std::vector<std::string> m_Complaints;
-    std::unique_ptr<StreamOutputs> m_Outputs =
-        std::make_unique<StreamOutputs>(m_Words.data(), m_Root.root(), Network::NONE,
-                                        [this](const std::string& what) { m_Complaints.push_back(what); });
+    std::unique_ptr<StreamOutputs> m_Outputs = std::make_unique<StreamOutputs>(
+        m_Words.data(), m_Root.root(), Network::NONE, [this](const std::string& what) { m_Complaints.push_back(what); },
+        [](uint32_t, const uint8_t*) {});
 };
 
 } // namespace
