@@ -19,3 +19,8 @@ endif()
 add_library(osl_fmt INTERFACE)
 # Debian's compiled library saves each source of a development build from compiling it again.
 target_link_libraries(osl_fmt INTERFACE $<IF:$<BOOL:${OSL_STATIC}>,fmt::fmt-header-only,fmt::fmt>)
+
+# Decodes the tables of transport streams. Static everywhere, so that what is tested is what ships.
+add_library(osl_dvbpsi INTERFACE)
+find_library(OSL_DVBPSI_LIBRARY libdvbpsi.a REQUIRED)
+target_link_libraries(osl_dvbpsi INTERFACE ${OSL_DVBPSI_LIBRARY})
