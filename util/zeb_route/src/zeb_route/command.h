@@ -32,6 +32,7 @@ struct Settings
     std::vector<std::string> words;
     std::string to;
     std::string backup;
+    std::string file;
     uint32_t intervalMs = 1000;
     uint32_t waitSeconds = 10;
     uint32_t confirmSeconds = 0; ///< 0: do not ask

@@ -2,6 +2,7 @@
 
 #include "zeb_route/board.h"
 
+#include <osl/ts_basics/bit_rate.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/counters/packetcounters.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/tablelayout.h>
 
@@ -85,20 +86,11 @@ Measurement measure(Board& board, const Routing& routing, milliseconds interval,
             ratesOf(counters, STATUS_COUNT, std::move(outputs))};
 }
 
-std::string scaled(double bitsPerSecond)
-{
-    if (bitsPerSecond >= 1e6)
-        return fmt::format("{:.2f} Mbit/s", bitsPerSecond / 1e6);
-    if (bitsPerSecond >= 1e3)
-        return fmt::format("{:.2f} kbit/s", bitsPerSecond / 1e3);
-    return fmt::format("{:.2f} bit/s", bitsPerSecond);
-}
-
 void appendText(std::string& text, const char* kind, const std::vector<Rate>& rates)
 {
     for (const Rate& rate : rates)
-        fmt::format_to(std::back_inserter(text), "{} {}: {}{}{}\n", kind, rate.index, scaled(rate.bitsPerSecond),
-                       rate.names.empty() ? "" : " ", fmt::join(rate.names, " "));
+        fmt::format_to(std::back_inserter(text), "{} {}: {}{}{}\n", kind, rate.index,
+                       Ts::bitRateText(rate.bitsPerSecond), rate.names.empty() ? "" : " ", fmt::join(rate.names, " "));
 }
 
 /// Names of ports and addresses need no escapes.

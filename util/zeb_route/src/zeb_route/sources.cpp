@@ -26,14 +26,6 @@ constexpr std::size_t MAX_SOURCE_BYTES = std::size_t{64} << 20;
 /// Far more than the longest statement.
 constexpr std::size_t MAX_LINE_BYTES = std::size_t{1} << 20;
 
-LinuxCppUtil::UniqueFD openToRead(const std::string& name)
-{
-    const int descriptor = LinuxCppUtil::Interruptible::open(name, O_RDONLY);
-    if (descriptor == -1)
-        OSL_RAISE(CppUtil::FileSystemError, fmt::format("Unable to open file \"{}\": {}", name, std::strerror(errno)));
-    return LinuxCppUtil::ownFD(descriptor);
-}
-
 } // namespace
 
 NamedSourceError::NamedSourceError(std::string name, const ZebRouting::SourceError& error, const char* file, int line)
@@ -44,11 +36,21 @@ NamedSourceError::NamedSourceError(std::string name, const ZebRouting::SourceErr
                                             : fmt::format("{}:{}: {}", name, problem.line, problem.text));
 }
 
+LinuxCppUtil::UniqueFD openToRead(const std::string& name)
+{
+    const int descriptor = name == STANDARD_INPUT ? ::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)
+                                                  : LinuxCppUtil::Interruptible::open(name, O_RDONLY);
+    if (descriptor == -1)
+        OSL_RAISE(CppUtil::FileSystemError, fmt::format("Unable to open file \"{}\": {}", name, std::strerror(errno)));
+    return LinuxCppUtil::ownFD(descriptor);
+}
+
+std::string spokenName(const std::string& name) { return name == STANDARD_INPUT ? "standard input" : name; }
+
 void forEachLine(const std::string& name, const std::function<bool(std::string_view)>& visit)
 {
-    const bool isStandardInput = name == STANDARD_INPUT;
-    const LinuxCppUtil::UniqueFD file = isStandardInput ? nullptr : openToRead(name);
-    LinuxCppUtil::InputBuffer buffer(isStandardInput ? STDIN_FILENO : *file, isStandardInput ? "standard input" : name);
+    const LinuxCppUtil::UniqueFD file = openToRead(name);
+    LinuxCppUtil::InputBuffer buffer(*file, spokenName(name));
     std::istream in(&buffer);
     in.exceptions(std::ios::badbit); // a failed read is not the end of the input
     std::vector<char> line(MAX_LINE_BYTES);

@@ -2,6 +2,7 @@
 
 #include "zeb_route/command.h"
 
+#include <osl/linutils/raii_filedescriptors.h>
 #include <osl/zeb_routing/problems.h>
 #include <osl/zeb_routing/source.h>
 
@@ -30,6 +31,11 @@ public:
 private:
     std::vector<std::string> m_Lines;
 };
+
+/// Opens a file, or standard input by its word. Raises CppUtil::FileSystemError.
+LinuxCppUtil::UniqueFD openToRead(const std::string& name);
+/// What messages call it.
+std::string spokenName(const std::string& name);
 
 /// Hands `visit` the lines of a file or of standard input without their ends, one after the other as they come, until
 /// it answers false. Raises CppUtil::IOError, also for a line that is longer than any statement.

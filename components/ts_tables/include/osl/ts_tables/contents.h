@@ -74,7 +74,7 @@ struct Contents
     std::vector<TablePid> tables;  ///< by PID; without the PMTs, which their services name
     std::vector<CaPid> emms;
     std::vector<uint16_t> unnamed;    ///< PIDs with packets that nothing above names, without the null packets
-    std::map<uint16_t, Traffic> pids; ///< every PID that is named, was listened to or has packets
+    std::map<uint16_t, Traffic> pids; ///< every PID that is named or has packets
     std::vector<Fault> faults;        ///< the grave ones first
 };
 
