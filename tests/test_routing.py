@@ -321,15 +321,8 @@ def poke_pid_lut(*rows):
 
 
 def poke_ip_lut(*rows):
-    """In one go: a table out of order is gone once the device is closed without the switch of the bank."""
-
-    def act(board):
-        with board.path(IPLUT).open("r+b") as memory:
-            for offset, words in (2048, sum(rows, ())), (0, (1,)):
-                memory.seek(4 * offset)
-                memory.write(struct.pack(f"={len(words)}I", *words))
-
-    return act
+    # A table out of order is gone once the device is closed without the switch of the bank.
+    return lambda board: board.poke_at_once(IPLUT, (2048, sum(rows, ())), (0, (1,)))
 
 
 def transfer(data):

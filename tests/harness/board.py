@@ -177,9 +177,14 @@ class Board:
 
     def poke(self, device, offset, *words):
         """Stores 32-bit words in the device's memory, as the FPGA would."""
+        self.poke_at_once(device, (offset, words))
+
+    def poke_at_once(self, device, *parts):
+        """The same for several parts, (offset, words), between which the board never sees the device closed."""
         with self.path(device).open("r+b") as memory:
-            memory.seek(4 * offset)
-            memory.write(struct.pack(f"={len(words)}I", *words))
+            for offset, words in parts:
+                memory.seek(4 * offset)
+                memory.write(struct.pack(f"={len(words)}I", *words))
 
     def memory(self):
         """All device memory and attribute files, to see that a command changed nothing."""
