@@ -6,13 +6,14 @@ import shutil
 import signal
 import subprocess
 import tempfile
+import time
 from pathlib import Path
 
 import pexpect
 import pytest
 
 from harness.board import BUILD, IPLUT, LAUNCHER, MODEL, PIDLUT, PKTIO, REPO, ROUTE, SCM, SIZES, SPI, TIMEOUT, TOOL
-from harness.board import environment, heed_hang_up, run_bare, wait_until
+from harness.board import Result, environment, heed_hang_up, run_bare, wait_until
 from harness.tables import Model
 
 
@@ -77,7 +78,7 @@ def test_kept_board_is_found_again(tmp_path):
     assert run("zeb_fpga_shell", "write32", "-d", "tsio", "-v", "5", options=options).status == 0
     assert run("zeb_fpga_shell", "read32", "-d", "tsio", options=options).out == "0x00000000:  0x00000005 \n"
     streams = ["zebtsif_pktio_rx", *(f"zebtsif_pktio_tx{channel}" for channel in range(4))]
-    others = ["zebtsif_complaints", "zebtsif_outputs"]
+    others = ["zebtsif_complaints", "zebtsif_messages", "zebtsif_outputs"]
     kept = tmp_path / "new" / "kept"
     assert sorted(os.listdir(kept / "dev")) == sorted([*SIZES, *streams, *others])
     (kept / "dev" / PIDLUT).unlink()
@@ -88,27 +89,43 @@ def test_kept_board_is_found_again(tmp_path):
     assert (kept / "dev" / PIDLUT).stat().st_size == SIZES[PIDLUT] and attribute.read_text() == "8192"
 
 
-UNUSABLE = {  # what is in the way, and the complaint
-    "a file": (lambda folder: folder.write_text(""), "Cannot make folder {0}/dev: Not a directory"),
+def to_nowhere(file):
+    file.symlink_to("/nix")
+
+
+UNUSABLE = {  # what is in the way in the board's folder, and the complaint
+    "": (lambda folder: (folder.rmdir(), folder.write_text("")), "Cannot make folder {0}: Not a directory"),
+    ".": (lambda folder: (folder.rmdir(), to_nowhere(folder)), "Cannot make folder {0}: "),
+    "letter": (lambda file: file.write_text(""), "{folder} holds other things and no board; a new or an empty folder"),
     "dev/zebtsif_pidlut": (lambda file: file.write_bytes(b"12345"), "{0} has 5 bytes, the device has 131072"),
     "dev/zebtsif_iplut": (lambda file: file.mkdir(), "{0} is not a regular file"),
-    "sys/class/zebscm/scm/barsize": (lambda file: file.symlink_to("/nix"), "{0} is not a regular file; it cannot be an"),
+    "dev/zebtsif_pktio_rx": (to_nowhere, "{0} is a link that leads nowhere"),
+    "dev/zebtsif_mine": (to_nowhere, "{0} is a link that leads nowhere"),
+    "board.lock": (to_nowhere, "Cannot open {0}: Too many levels of symbolic links"),
+    "sys/class/zebscm/scm/barsize": (to_nowhere, "{0} is not a regular file; it cannot be an attribute"),
+    "sys/class/zebtsif/zebtsif_pktio_rx/bytesrx": (to_nowhere, "{0} is not a regular file; it cannot be an attribute"),
 }
 
 
 @pytest.mark.parametrize("name", UNUSABLE)
 def test_unusable_folder(tmp_path, name):
     prepare, complaint = UNUSABLE[name]
-    (tmp_path / name).parent.mkdir(parents=True, exist_ok=True)
-    prepare(tmp_path / name)
-    result = run("echo", "ran", options=["--dir", tmp_path / "a file" if name == "a file" else tmp_path])
+    folder = tmp_path / "board"
+    file = folder / name
+    (folder if name == "letter" else folder / "dev" / "zebtsif_outputs" if name.strip(".") else folder).mkdir(parents=True)
+    file.parent.mkdir(parents=True, exist_ok=True)
+    prepare(file)
+    result = run("echo", "ran", options=["--dir", folder])
     assert result[:2] == (125, "")
-    assert complaint.format(tmp_path / name) in result.err
+    assert complaint.format(file, folder=folder) in result.err
+    assert not os.path.exists("/nix")
 
 
 def test_usage():
-    assert run_bare(LAUNCHER, "--help").out.startswith("Runs commands on a virtual board")
-    for line in ["", "walk", "run", "run --", "run --dir", "run --feed tuner0", "run --network true", "shell true"]:
+    for line in ["--help", "run --help", "shell -h", "status --dir x --help"]:
+        assert run_bare(LAUNCHER, *line.split()).out.startswith("Runs commands on a virtual board")
+    bad = ["run", "run --", "run --dir", "run --feed tuner0", "run --network true", "shell true", "status x", "status"]
+    for line in ["", "walk", *bad, "status --dir /nowhere", "status --net"]:
         result = run_bare(LAUNCHER, *line.split())
         assert result[:2] == (125, ""), line
         assert result.err.startswith("board: ") and result.err.count("\n") == 1, line
@@ -135,6 +152,7 @@ def test_what_the_launcher_needs_is_missing(tmp_path, bwrap, options, message):
     script = f"PATH={tmp_path} exec bash {LAUNCHER} run {' '.join(options)} true"
     result = run_bare("bash", "-c", script)
     assert result.status == 125 and result.err.startswith(message)
+    assert os.geteuid() != 0 or "other than root" not in result.err
 
 
 def processes_with(mark):
@@ -194,8 +212,9 @@ def test_ctrl_c_is_for_the_command(terminal, trap, status):
     assert session.exitstatus == status
 
 
-def test_shell_on_a_board():
-    session = pexpect.spawn(str(LAUNCHER), ["shell"], env=environment(), encoding="utf-8", timeout=TIMEOUT)
+def test_shell_on_a_board(tmp_path):
+    folder = tmp_path / "board"
+    session = pexpect.spawn(str(LAUNCHER), ["shell", "--dir", str(folder)], env=environment(), encoding="utf-8", timeout=TIMEOUT)
     prompt = r"board:[^\r\n]*[$#] "
     session.expect(prompt)
     session.sendline("zeb_fpga_shell read32 -d pktio")
@@ -205,10 +224,145 @@ def test_shell_on_a_board():
     session.expect_exact("ready\r\n")  # what the command says, not what was typed
     session.sendintr()
     session.expect(prompt)
+    session.send("echo one li")
+    session.expect_exact("echo one li")
+    os.truncate(folder / "dev" / PKTIO, 0)
+    wait_until(lambda: "was cut short" in run_bare(LAUNCHER, "status", "--dir", folder, complaints=True).out)
+    session.sendline("ne")
+    session.expect(r"^ne\r\n(\x1b\S+\r)?one line\r\n")  # nothing came between
+    session.expect(r"\(1 new in /dev/zebtsif_messages, the last: .*virtual board: .* was cut short .*\)\r\n")
+    session.expect(prompt)
+    session.sendline(f"{LAUNCHER} status")
+    session.expect("a board runs in .*pts/.* shell.*1 messages in .*20..-..-.. ..:..:.. virtual board: .* was cut short")
+    session.expect(prompt)
     session.sendline("exit 4")
     session.expect(pexpect.EOF)
     session.close()
     assert session.exitstatus == 4
+
+
+class Visit:
+    """A user of a kept board, who does what it is asked to until it leaves."""
+
+    def __init__(self, folder, *options, launcher=(LAUNCHER,)):
+        self.mark = f"visitor{os.getpid()}.{time.monotonic_ns()}"
+        script = 'echo; while read -r line; do eval "$line"; done'
+        self.process = subprocess.Popen(
+            [*launcher, "run", "--dir", folder, *options, "--", "bash", "-c", script, self.mark],
+            stdin=subprocess.PIPE,
+            stdout=subprocess.PIPE,
+            stderr=subprocess.PIPE,
+            text=True,
+            env=environment(),
+            cwd="/",
+        )
+        assert self.process.stdout.readline() == "\n"
+
+    def ask(self, command):
+        print(command, file=self.process.stdin, flush=True)
+        return self.process.stdout.readline()
+
+    def end(self, command=""):
+        """Returns how it ended, by itself or by this command."""
+        out, error = self.process.communicate(command, timeout=TIMEOUT)
+        return Result(self.process.returncode, out, error)
+
+    def line(self):
+        """The processes from the launcher down to the command."""
+        found = [self.process.pid]
+        while children := Path(f"/proc/{found[-1]}/task/{found[-1]}/children").read_text().split():
+            found.append(int(children[-1]))  # who started the board has that as a child as well
+        return found
+
+
+def check_shared_board(folder, *options, launcher=(LAUNCHER,)):
+    def status():
+        return run_bare(*launcher, "status", "--dir", folder, cwd="/")
+
+    first, second = [Visit(folder, *options, launcher=launcher) for _ in range(2)]
+    assert first.ask("zeb_fpga_shell write32 -d tsio -v 5 -r") == "0x00000000:  0x00000005 \n"
+    assert second.ask("zeb_fpga_shell read32 -d tsio") == "0x00000000:  0x00000005 \n"
+    network = first.ask("readlink /proc/self/ns/net")
+    assert network == second.ask("readlink /proc/self/ns/net")
+    assert (network.strip() == os.readlink("/proc/self/ns/net")) == (not options)
+    assert first.mark in status().out and second.mark in status().out and " ".join(options) in status().out
+    refused = run_bare(*launcher, "run", "--dir", folder, "--fast", *options, "--", "true", cwd="/")
+    assert refused[:2] == (125, "") and f"a board runs in {folder} already, without --fast; " in refused.err
+    assert first.end("exit 4\n") == (4, "", "")
+    assert second.ask("zeb_fpga_shell read32 -d tsio") == "0x00000000:  0x00000005 \n"
+    assert first.mark not in status().out and second.mark in status().out
+    assert second.end() == (0, "", "")
+    assert status() == (1, f"no board runs in {folder}\nno messages in {folder}/dev/zebtsif_messages\n", "")
+    assert not (folder / "board.socket").exists()
+
+
+@pytest.mark.parametrize("options", [[], ["--net"]], ids=["", "net"])
+def test_users_share_a_board_that_ends_with_the_last(tmp_path, options):
+    check_shared_board(tmp_path / "board", *options)
+
+
+def model_of(folder):
+    return int(re.search(r", process (\d+)", run_bare(LAUNCHER, "status", "--dir", folder).out)[1])
+
+
+def sandbox_of_model(folder):
+    return int(re.search(r"PPid:\s*(\d+)", Path(f"/proc/{model_of(folder)}/status").read_text())[1])
+
+
+# Whose end it is to be, and whether that is the end of the user who came first, and of the one who came later.
+VICTIMS = {
+    "launcher": (lambda first, folder: first.line()[0], True, False),
+    "place at the board": (lambda first, folder: first.line()[1], True, False),
+    "sandbox": (lambda first, folder: first.line()[2], True, False),
+    "first process in the sandbox": (lambda first, folder: first.line()[3], True, False),
+    "SPI": (lambda first, folder: first.line()[4], True, False),
+    "command": (lambda first, folder: first.line()[5], True, False),
+    "sandbox of the model": (lambda first, folder: sandbox_of_model(folder), False, False),
+    "model": (lambda first, folder: model_of(folder), True, True),
+}
+
+
+@pytest.mark.parametrize("victim", VICTIMS)
+def test_who_is_killed_leaves_nothing_and_harms_no_other(tmp_path, victim):
+    process, *ends = VICTIMS[victim]
+    folder = tmp_path / f"board{os.getpid()}.{list(VICTIMS).index(victim)}"
+    visits = [Visit(folder, "--net") for _ in range(2)]
+    os.kill(process(visits[0], folder), signal.SIGKILL)
+    for visit, ended in zip(visits, ends):
+        if ended:
+            visit.process.wait(TIMEOUT)
+            assert_soon_gone(visit.mark)
+            wait_until(lambda: visit.mark not in run_bare(LAUNCHER, "status", "--dir", folder).out)
+    for visit, ended in zip(visits, ends):
+        if not ended:
+            assert visit.ask("zeb_fpga_shell read32 -d tsio") == "0x00000000:  0x00000000 \n"
+        result = visit.end()
+        assert (result.status == 0) == (not ended) and (victim != "model" or result.status == 125)
+        assert (f"the board in {folder} has ended, and the command with it" in result.err) == (victim == "model")
+    assert_soon_gone(folder.name)
+    assert sorted(os.listdir(folder)) == ["board.lock", "dev", "spi", "sys"]
+
+
+@pytest.mark.skipif(shutil.which("ffprobe") is None, reason="no ffmpeg here")
+def test_bridge_to_the_network_of_this_machine(tmp_path):
+    """Which is one of the test's own: nothing leaves the machine."""
+    own_network = ["unshare", *([] if os.geteuid() == 0 else ["-Ur"]), "-n"]
+    on_board = """
+        zeb_fpga_shell wriplut -t 9 -i 239.1.1.1 -p 1234; zeb_fpga_shell wripoutmap -t 3 -i 239.2.2.2 -p 5000
+        zeb_fpga_shell wropidmap -P 2 -t 3 -p 0x200; zeb_fpga_shell wrpidlut -t 9 -p 0x100 -P 2 -O; echo; read -r _
+    """
+    script = """
+        coproc exec "$0" run --bridge --dir "$1" -- bash -c "$2"
+        read -r _ <&${COPROC[0]}
+        ffmpeg -v error -re -f lavfi -i testsrc2=size=352x288:rate=25 -c:v mpeg2video -g 12 -muxrate 2M -f mpegts \
+            'udp://239.1.1.1:1234?pkt_size=1316&localaddr=169.254.18.1' </dev/null &
+        timeout 60 ffprobe -v fatal -probesize 50000 -analyzeduration 200000 -show_entries stream=codec_name,id -of csv=p=0 \
+            'udp://239.2.2.2:5000?localaddr=169.254.18.1' </dev/null
+        kill $!; exec {COPROC[1]}>&-; wait $COPROC_PID; while ip link show zeb0 2>/dev/null; do :; done
+    """
+    result = run_bare(*own_network, "bash", "-c", script, LAUNCHER, tmp_path / "board", on_board)
+    assert result.out.split() == ["mpeg2video,0x200,"]
+    assert result.err == "board: on this machine its groups are on device zeb0, address 169.254.18.1\n"
 
 
 def test_boards_are_strangers_to_each_other():
@@ -249,6 +403,10 @@ def test_unprivileged_user():
         assert network == (0, "Iface\tDestination\tGateway \nlo\t000000E0\t00000000\n", "")
         spi = ["spiwrite", "-s", "fpga", "-d", "/dev/spidev0.0", "-v", "4", "-r", "--force"]
         assert run_bare(*board, "zeb_fpga_shell", *spi, cwd="/") == (0, "0x00000000:  0x00000004 \n", "")
+        (folder / "own").mkdir()
+        os.chown(folder / "own", 65534, 65534)
+        check_shared_board(folder / "own", "--net", launcher=board[:-1])
+        assert "--bridge needs root" in run_bare(*board, "--bridge", "true", cwd="/").err
         refused = run_bare(*board, "--dir", f"{folder}/forbidden", "true", cwd="/")
         assert refused.status == 125 and "Permission denied" in refused.err
     finally:

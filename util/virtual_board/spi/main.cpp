@@ -1,5 +1,6 @@
 #include "ioctl_listener.h"
 #include "spi_board.h"
+#include "virtual_board/command.h"
 
 #include <osl/linutils/raii_filedescriptors.h>
 
@@ -22,9 +23,7 @@ using namespace Osl::VirtualBoard;
 
 namespace {
 
-constexpr int EXIT_NO_BOARD = 125;
-constexpr int EXIT_CANNOT_RUN = 126;
-constexpr int SIGNAL_STATUS = 128; ///< plus the signal's number
+constexpr const char* PROGRAM = "zeb_virtual_board_spi";
 
 constexpr const char* USAGE = "usage: zeb_virtual_board_spi FOLDER COMMAND [ARGUMENT]...\n"
                               "\n"
@@ -32,13 +31,6 @@ constexpr const char* USAGE = "usage: zeb_virtual_board_spi FOLDER COMMAND [ARGU
                               "state and the logs of their chips are in FOLDER. Makes files in /dev, which must be\n"
                               "private; scripts/board sees to that. Where the kernel does not let the devices be\n"
                               "answered for, it says so and runs COMMAND without them.\n";
-
-[[noreturn]] void becomeCommand(char** command)
-{
-    ::execvp(command[0], command);
-    std::cerr << "zeb_virtual_board_spi: cannot run " << command[0] << ": " << std::strerror(errno) << std::endl;
-    ::_exit(EXIT_CANNOT_RUN);
-}
 
 LinuxCppUtil::UniqueFD openProcess(pid_t process)
 {
@@ -73,7 +65,7 @@ int serveUntilEnd(Devices& devices, pid_t child)
     }
     int status = 0;
     ::waitpid(child, &status, 0);
-    return WIFSIGNALED(status) ? SIGNAL_STATUS + WTERMSIG(status) : WEXITSTATUS(status);
+    return exitStatus(status);
 }
 
 } // namespace
@@ -89,18 +81,18 @@ int main(int argc, char** argv)
     try {
         devices.emplace(argv[1]);
     } catch (const Error& error) {
-        std::cerr << "zeb_virtual_board_spi: no SPI devices on this board: " << error.what() << std::endl;
-        becomeCommand(command);
+        std::cerr << PROGRAM << ": no SPI devices on this board: " << error.what() << std::endl;
+        becomeCommand(PROGRAM, command);
     }
     const pid_t child = ::fork();
     if (child < 0) {
-        std::cerr << "zeb_virtual_board_spi: " << std::strerror(errno) << std::endl;
+        std::cerr << PROGRAM << ": " << std::strerror(errno) << std::endl;
         return EXIT_NO_BOARD;
     }
     if (child == 0) {
         // A command that outlived this process would find its devices broken.
         ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-        becomeCommand(command);
+        becomeCommand(PROGRAM, command);
     }
     return serveUntilEnd(*devices, child);
 }

@@ -1,12 +1,15 @@
 #include "virtual_board/board_folder.h"
 
+#include "virtual_board/board_socket.h"
 #include "virtual_board/reset_state.h"
 
 #include <osl/userspace_drivers/drivers/zeb/zeb_attributes.h>
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <fstream>
 #include <span>
@@ -21,6 +24,8 @@ namespace {
 
 constexpr mode_t DEVICE_MODE = 0644;
 constexpr const char* COUNTER_RESET = "0\n";
+constexpr const char* DEVICE_PREFIX = "zebtsif_";        ///< of most of the board's files in dev
+constexpr auto MAKE_PATIENCE = std::chrono::seconds(30); ///< while others make the same board
 
 void makeFolder(const fs::path& folder)
 {
@@ -69,6 +74,27 @@ void makeFresh(const fs::path& file, std::span<const char> content)
                                           std::strerror(writeError != 0 ? writeError : linkError)));
 }
 
+/// Whether nobody would miss the folder, or a board was made in it.
+bool canBeBoard(const fs::path& root)
+{
+    std::error_code error;
+    if (fs::is_empty(root, error) || error || isThere(root / LOCK_FILE))
+        return true; // what cannot be read is told when a file is made there
+    return std::any_of(fs::directory_iterator(root / "dev", error), {}, [](const fs::directory_entry& entry) {
+        return entry.path().filename().string().starts_with(DEVICE_PREFIX);
+    });
+}
+
+/// Each file is to be bound into a view.
+void checkLinks(const fs::path& folder)
+{
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
+        std::error_code error;
+        if (!fs::exists(entry.path(), error))
+            OSL_RAISE(BoardError, fmt::format("{} is a link that leads nowhere", entry.path().string()));
+    }
+}
+
 /// A pipe stands for a stream device. What is there already may be anything: a plain file in a channel's place takes
 /// down every transfer.
 void makeStream(const fs::path& file)
@@ -80,7 +106,9 @@ void makeStream(const fs::path& file)
 void makeText(const fs::path& file, const char* text)
 {
     makeFolder(file.parent_path());
-    if (!fs::exists(file) && !(std::ofstream(file) << text).flush())
+    if (isThere(file))
+        checkRegular(file, "an attribute");
+    else if (!(std::ofstream(file) << text).flush())
         OSL_RAISE(BoardError, fmt::format("Cannot make {}: {}", file.string(), std::strerror(errno)));
 }
 
@@ -94,7 +122,8 @@ void makePacketPort(const fs::path& root)
         for (const char* counter : {Drivers::Zeb::PKTIO_TX_BYTES_ATTRIBUTE, TX_UNDERRUNS_ATTRIBUTE})
             makeText(place(fmt::format(fmt::runtime(counter), channel)), COUNTER_RESET);
     }
-    makeText(place(COMPLAINTS_PATH), "");
+    for (const char* notes : {COMPLAINTS_PATH, MESSAGES_PATH})
+        makeText(place(notes), "");
 }
 
 } // namespace
@@ -122,6 +151,23 @@ void makeBoard(const fs::path& root)
             makeFresh(file, attribute.content);
     }
     makePacketPort(root);
+}
+
+void makeKeptBoard(const fs::path& root)
+{
+    makeFolder(root);
+    if (!canBeBoard(root))
+        OSL_RAISE(BoardError, fmt::format("{} holds other things and no board; a new or an empty folder becomes one",
+                                          root.string()));
+    const BoardLocks locks(root);
+    const auto coming = locks.comeOrGo({.duration = MAKE_PATIENCE, .stopped = {}});
+    try {
+        const auto notRunning = locks.run({});
+        makeBoard(root);
+    } catch (const LinuxCppUtil::LockError&) {
+        // a board runs there, and has its files
+    }
+    checkLinks(root / "dev");
 }
 
 } // namespace Osl::VirtualBoard

@@ -1,6 +1,6 @@
 #include "virtual_board/device_memory.h"
 
-#include "virtual_board/program.h"
+#include "virtual_board/command.h"
 
 #include <algorithm>
 #include <array>

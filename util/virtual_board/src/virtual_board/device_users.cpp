@@ -50,19 +50,25 @@ uintptr_t findMapping(const fs::path& process, const struct stat& device)
 
 } // namespace
 
-std::vector<DeviceUser> usersOf(const fs::path& device)
+std::vector<DeviceUser> usersOf(const fs::path& device, UsersAre where)
 {
     std::vector<DeviceUser> users;
     struct stat status = {};
     if (::stat(device.c_str(), &status) != 0)
         return users;
     std::error_code error;
+    const fs::path here = fs::read_symlink("/proc/self/ns/pid", error);
     for (fs::directory_iterator at("/proc", error), end; !error && at != end; at.increment(error)) {
         const std::string name = at->path().filename();
         DeviceUser user{.process = 0};
         const auto [rest, failure] = std::from_chars(name.data(), name.data() + name.size(), user.process);
         if (failure != std::errc() || *rest != '\0' || user.process == ::getpid())
             continue;
+        if (std::error_code unseen; where == UsersAre::IN_THEIR_SANDBOXES) {
+            const fs::path there = fs::read_symlink(at->path() / "ns/pid", unseen);
+            if (unseen || there == here)
+                continue;
+        }
         const bool open = findDescriptors(at->path(), status, user);
         user.mapping = findMapping(at->path(), status);
         if (open || user.mapping != 0)

@@ -16,7 +16,13 @@ struct DeviceUser
     bool holdsRecordLock = false;
 };
 
+/// Where to look for users.
+enum class UsersAre {
+    IN_THIS_SANDBOX,   ///< among all processes that this one can see
+    IN_THEIR_SANDBOXES ///< among those with a process namespace of their own; there may be many others
+};
+
 /// Those that this process may look at.
-std::vector<DeviceUser> usersOf(const std::filesystem::path& device);
+std::vector<DeviceUser> usersOf(const std::filesystem::path& device, UsersAre where);
 
 } // namespace Osl::VirtualBoard

@@ -18,7 +18,6 @@
 #include <ctime>
 #include <fcntl.h>
 #include <fstream>
-#include <iostream>
 #include <poll.h>
 #include <sys/file.h>
 #include <sys/prctl.h>
@@ -89,6 +88,7 @@ std::vector<fs::path> watchedFiles(const fs::path& root)
 
 LiveBoard::LiveBoard(const Settings& settings)
     : m_Root(settings.folder),
+      m_UsersAre(m_Root == m_Root.root_path() ? UsersAre::IN_THIS_SANDBOX : UsersAre::IN_THEIR_SANDBOXES),
       m_PidBlock(m_Root, Zeb::PIDLUT_DEVICE),
       m_IoBlock(m_Root, Zeb::IPLUT_DEVICE),
       m_PortRegisters(m_Root, Zeb::PKTIO_DEVICE),
@@ -109,10 +109,10 @@ LiveBoard::LiveBoard(const Settings& settings)
     m_TablesTouched = Clock::now();
     openChannels();
     openFeeds(settings);
-    if (settings.network == Network::PRIVATE) {
-        m_IpInput =
-            std::make_unique<MulticastInput>([this](uint8_t tsi, const uint8_t* packet) { routeInput(tsi, packet); },
-                                             [this](const std::string& what) { complain(what); });
+    if (settings.network != Network::NONE) {
+        m_IpInput = std::make_unique<MulticastInput>(
+            groupDevice(settings.network), [this](uint8_t tsi, const uint8_t* packet) { routeInput(tsi, packet); },
+            [this](const std::string& what) { complain(what); });
         m_IpInput->tune(m_IpLut.rows());
     }
     ::prctl(PR_SET_TIMERSLACK, 1UL);
@@ -136,7 +136,7 @@ void LiveBoard::openChannels()
 
 void LiveBoard::openFeeds(const Settings& settings)
 {
-    for (const auto& [phyIIdx, file] : settings.feeds)
+    for (const auto& [phyIIdx, port, file] : settings.feeds)
         m_Feeds.push_back({.phyIIdx = phyIIdx,
                            .feed = std::make_unique<Feed>(
                                file, settings.pace,
@@ -149,7 +149,7 @@ void LiveBoard::openFeeds(const Settings& settings)
 
 void LiveBoard::complain(const std::string& what)
 {
-    std::cerr << "virtual board: " << what << std::endl;
+    tell(what);
     std::ofstream(placeOf(m_Root, COMPLAINTS_PATH), std::ios::app) << what << '\n';
 }
 
@@ -225,7 +225,7 @@ void LiveBoard::endIpLutFilling()
 {
     if (!m_IpLut.isBeingFilled() || ::flock(m_IoBlock.descriptor(), LOCK_EX | LOCK_NB) != 0)
         return;
-    if (usersOf(m_IoBlock.file()).empty() && m_IpLut.endFilling() && m_IpInput)
+    if (usersOf(m_IoBlock.file(), m_UsersAre).empty() && m_IpLut.endFilling() && m_IpInput)
         m_IpInput->tune(m_IpLut.rows());
     ::flock(m_IoBlock.descriptor(), LOCK_UN);
 }
@@ -271,8 +271,7 @@ void LiveBoard::showCounters()
         channel.underruns.show(underruns);
         if (!channel.channel->ended() || underruns == channel.reportedUnderruns)
             continue;
-        std::cerr << "virtual board: TX channel " << number << ": data came too late, "
-                  << underruns - channel.reportedUnderruns << " times" << std::endl;
+        tell(fmt::format("TX channel {}: data came too late, {} times", number, underruns - channel.reportedUnderruns));
         channel.reportedUnderruns = underruns;
     }
     m_RxCounter.show(m_Port.bytes());
@@ -319,6 +318,7 @@ void LiveBoard::sleepUntilNeeded()
         signs.push_back({.fd = descriptor, .events = POLLIN, .revents = 0});
     };
     watch(m_Watch.descriptor());
+    watch(m_Sign); // poll() passes over a negative one
     if (m_IpInput)
         watch(m_IpInput->descriptor());
     for (const Channel& channel : m_Channels) {
@@ -342,8 +342,17 @@ void LiveBoard::sleepUntilNeeded()
     ::ppoll(signs.data(), signs.size(), &wait, &none);
 }
 
-void LiveBoard::run(const std::function<bool()>& ended)
+void LiveBoard::writeOut()
 {
+    m_Now = Clock::now();
+    m_IpLut.followBank();
+    endIpLutFilling();
+    keepHouse(true);
+}
+
+void LiveBoard::run(const std::function<bool()>& ended, int sign)
+{
+    m_Sign = sign;
     while (!ended()) {
         m_Now = Clock::now();
         const bool busy = serve();
@@ -353,10 +362,7 @@ void LiveBoard::run(const std::function<bool()>& ended)
             keepHouse();
         sleepUntilNeeded();
     }
-    m_Now = Clock::now();
-    m_IpLut.followBank();
-    endIpLutFilling();
-    keepHouse(true);
+    writeOut();
 }
 
 } // namespace Osl::VirtualBoard

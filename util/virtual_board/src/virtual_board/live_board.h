@@ -3,6 +3,7 @@
 #include "virtual_board/active_ip_lut.h"
 #include "virtual_board/byte_counter.h"
 #include "virtual_board/device_memory.h"
+#include "virtual_board/device_users.h"
 #include "virtual_board/device_watch.h"
 #include "virtual_board/feed.h"
 #include "virtual_board/multicast_input.h"
@@ -29,8 +30,12 @@ public:
     /// Works on the folder that makeBoard() made. Raises BoardError and what opening the devices and feeds raises.
     explicit LiveBoard(const Settings& settings);
 
-    /// Works until `ended` returns true; it is asked now and then, and after every signal.
-    void run(const std::function<bool()>& ended);
+    /// Works until `ended` returns true; it is asked now and then, after every signal, and when the descriptor `sign`
+    /// is readable, unless that is negative.
+    void run(const std::function<bool()>& ended, int sign = -1);
+
+    /// Brings files and counters up to date, which run() does now and then and at its end.
+    void writeOut();
 
 private:
     using Clock = TxChannel::Clock;
@@ -72,6 +77,7 @@ private:
     void complain(const std::string& what) override;
 
     std::filesystem::path m_Root;
+    UsersAre m_UsersAre;
     DeviceMemory m_PidBlock;
     DeviceMemory m_IoBlock;
     DeviceMemory m_PortRegisters;
@@ -87,6 +93,7 @@ private:
     Feed::Pace m_Pace;
     std::vector<FedInput> m_Feeds;
     DeviceWatch m_Watch;
+    int m_Sign = -1;
     Clock::time_point m_TablesTouched; ///< when somebody last had the chance to
     Clock::time_point m_TablesChecked;
     std::string m_IpLutFault;                 ///< that was reported

@@ -42,8 +42,9 @@ void widenBuffer(int socket)
 
 } // namespace
 
-MulticastInput::MulticastInput(Deliver deliver, Complain complain)
-    : m_Deliver(std::move(deliver)),
+MulticastInput::MulticastInput(in_addr device, Deliver deliver, Complain complain)
+    : m_Device(device),
+      m_Deliver(std::move(deliver)),
       m_Complain(std::move(complain)),
       m_Poll(makePoll()),
       m_Buffer(IN_BATCH * MAX_DATAGRAM)
@@ -57,7 +58,7 @@ bool MulticastInput::join(const Key& key, Group& group)
     const int on = 1;
     // Bound to the group, so that the port's other groups stay out.
     const sockaddr_in own{.sin_family = AF_INET, .sin_port = htons(port), .sin_addr = {htonl(address)}, .sin_zero = {}};
-    const ip_mreq membership{.imr_multiaddr = {htonl(address)}, .imr_interface = {htonl(INADDR_LOOPBACK)}};
+    const ip_mreq membership{.imr_multiaddr = {htonl(address)}, .imr_interface = m_Device};
     if (*group.socket < 0 || ::setsockopt(*group.socket, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on) != 0 ||
         ::bind(*group.socket, reinterpret_cast<const sockaddr*>(&own), sizeof own) != 0 ||
         ::setsockopt(*group.socket, IPPROTO_IP, IP_ADD_MEMBERSHIP, &membership, sizeof membership) != 0)

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <netinet/in.h>
 #include <string>
 #include <sys/socket.h>
 #include <utility>
@@ -17,15 +18,15 @@
 
 namespace Osl::VirtualBoard {
 
-/// Receives the multicast groups of the IP LUT from the loopback device.
+/// Receives the multicast groups of the IP LUT.
 class MulticastInput
 {
 public:
     using Clock = std::chrono::steady_clock;
     using Deliver = std::function<void(uint8_t tsi, const uint8_t* packet)>;
 
-    /// Raises BoardError when the system lacks what it needs.
-    MulticastInput(Deliver deliver, Complain complain);
+    /// `device` is the address of the one to receive from. Raises BoardError when the system lacks what it needs.
+    MulticastInput(in_addr device, Deliver deliver, Complain complain);
 
     /// Receives exactly the streams of `rows` from now on. Complains about a group that cannot be joined.
     void tune(const std::vector<IpLutRow>& rows);
@@ -52,6 +53,7 @@ private:
     bool receive(Group& group, Clock::time_point now);
     void take(Group& group, const mmsghdr& message, const uint8_t* bytes, Clock::time_point now);
 
+    in_addr m_Device;
     Deliver m_Deliver;
     Complain m_Complain;
     LinuxCppUtil::UniqueFD m_Poll;

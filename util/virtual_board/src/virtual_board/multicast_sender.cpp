@@ -12,21 +12,20 @@ namespace {
 
 constexpr std::size_t OUT_BATCH = 64;
 
-LinuxCppUtil::UniqueFD openSocket()
+LinuxCppUtil::UniqueFD openSocket(in_addr device)
 {
     const int descriptor = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     if (descriptor < 0)
         OSL_RAISE(BoardError, std::string("Cannot make a socket: ") + std::strerror(errno));
     auto owned = LinuxCppUtil::ownFD(descriptor);
-    const in_addr loopback{.s_addr = htonl(INADDR_LOOPBACK)};
-    if (::setsockopt(descriptor, IPPROTO_IP, IP_MULTICAST_IF, &loopback, sizeof loopback) != 0)
+    if (::setsockopt(descriptor, IPPROTO_IP, IP_MULTICAST_IF, &device, sizeof device) != 0)
         OSL_RAISE(BoardError, std::string("Cannot send to multicast groups: ") + std::strerror(errno));
     return owned;
 }
 
 } // namespace
 
-MulticastSender::MulticastSender() : m_Socket(openSocket()), m_Waiting(OUT_BATCH) {}
+MulticastSender::MulticastSender(in_addr device) : m_Socket(openSocket(device)), m_Waiting(OUT_BATCH) {}
 
 void MulticastSender::send(const DatagramTarget& target, std::span<const uint8_t> datagram)
 {

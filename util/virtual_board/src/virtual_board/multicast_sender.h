@@ -10,12 +10,12 @@
 
 namespace Osl::VirtualBoard {
 
-/// Sends datagrams to multicast groups on the loopback device, many with one system call.
+/// Sends datagrams to multicast groups, many with one system call.
 class MulticastSender
 {
 public:
-    /// Raises BoardError when no socket can be opened.
-    MulticastSender();
+    /// `device` is the address of the one to send on. Raises BoardError when no socket can be opened.
+    explicit MulticastSender(in_addr device);
 
     /// Takes a copy of `datagram`; it leaves with the next flush() at the latest.
     void send(const DatagramTarget& target, std::span<const uint8_t> datagram);

@@ -1,33 +1,58 @@
 #include "virtual_board/program.h"
 
 #include "virtual_board/board_folder.h"
+#include "virtual_board/board_socket.h"
+#include "virtual_board/command.h"
+#include "virtual_board/join.h"
 #include "virtual_board/live_board.h"
 #include "virtual_board/settings.h"
+#include "virtual_board/users.h"
 
 #include <osl/cpputils/log.h>
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstring>
 #include <exception>
+#include <fcntl.h>
+#include <filesystem>
 #include <iostream>
+#include <optional>
 #include <sched.h>
+#include <span>
+#include <string>
 #include <string_view>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace Osl::VirtualBoard {
+
+using namespace std::chrono_literals;
+
 namespace {
 
+constexpr const char* PROGRAM = "zeb_virtual_board";
+
 constexpr std::string_view USAGE =
-    "usage: zeb_virtual_board [--net] [--feed PORT=FILE]... [--fast] FOLDER [COMMAND [ARGUMENT]...]\n"
+    "usage: zeb_virtual_board FOLDER\n"
+    "       zeb_virtual_board [OPTION]... FOLDER COMMAND [ARGUMENT]...\n"
+    "       zeb_virtual_board --join FOLDER USER TEXT [OPTION]... -- START... -- COMMAND...\n"
+    "       zeb_virtual_board --serve [OPTION]... FOLDER\n"
+    "       zeb_virtual_board --status FOLDER\n"
     "\n"
     "Makes FOLDER a virtual board, or adds what is missing in it. Its files dev/... and\n"
-    "sys/class/... take the place of a real board's devices and attributes. Then runs\n"
-    "COMMAND, which must find them at /dev/... and /sys/class/...; scripts/board sees to\n"
-    "that.\n"
+    "sys/class/... take the place of a real board's devices and attributes. A COMMAND must\n"
+    "find them at /dev/... and /sys/class/...; scripts/board sees to that.\n"
+    "\n"
+    "With a COMMAND alone the board is there for as long as that runs. --join runs COMMAND on\n"
+    "the board that runs in FOLDER; if none does, START OPTION... FOLDER starts it, which has\n"
+    "to be this program with --serve: it serves all who join until the last has left. Others\n"
+    "see USER and TEXT by --status.\n"
     "\n"
     "  --net    receive and send multicast streams, on the loopback device\n"
+    "  --bridge the same on the device \"board\"\n"
+    "  --log    write messages to dev/zebtsif_messages, not to standard error\n"
     "  --feed   feed a TS file into a physical input, in a loop, in real time\n"
     "  --fast   feed files once, as fast as possible, as soon as their input is mapped\n";
 
@@ -43,20 +68,6 @@ void preferSleepToBeInterrupted()
     ::sigprocmask(SIG_BLOCK, &childsEnd, nullptr);
 }
 
-[[noreturn]] void becomeCommand(char** argv)
-{
-    // The launcher ignores these for itself, so that Ctrl-C reaches the command alone.
-    std::signal(SIGINT, SIG_DFL);
-    std::signal(SIGQUIT, SIG_DFL);
-    sigset_t none;
-    ::sigemptyset(&none);
-    ::sigprocmask(SIG_SETMASK, &none, nullptr);
-    ::execvp(argv[0], argv);
-    const int reason = errno;
-    std::cerr << "zeb_virtual_board: cannot run " << argv[0] << ": " << std::strerror(reason) << std::endl;
-    ::_exit(reason == ENOENT ? EXIT_NOT_FOUND : EXIT_CANNOT_RUN);
-}
-
 /// Goes before other programs, where this process may ask for that. It sleeps most of the time, unless feeds go as fast
 /// as they can.
 void keepTimeOnABusyMachine()
@@ -65,25 +76,68 @@ void keepTimeOnABusyMachine()
     ::sched_setscheduler(0, SCHED_RR, &lowest);
 }
 
+/// Ctrl-C ends the command, and the board only with it.
+void ignoreInterrupts()
+{
+    std::signal(SIGINT, SIG_IGN);
+    std::signal(SIGQUIT, SIG_IGN);
+}
+
+std::string messageFile(const Settings& settings)
+{
+    return (settings.folder / std::filesystem::path(MESSAGES_PATH).relative_path()).string();
+}
+
 /// Runs the command with the board at work behind it; ends with the command and its status.
 int runOnBoard(const Settings& settings)
 {
-    constexpr int SIGNAL_STATUS = 128; // plus the signal's number
+    ignoreInterrupts();
+    makeBoard(settings.folder);
     LiveBoard board(settings);
     preferSleepToBeInterrupted();
     const pid_t child = ::fork();
     if (child < 0)
         OSL_RAISE(BoardError, std::string("Cannot start a process: ") + std::strerror(errno));
     if (child == 0)
-        becomeCommand(settings.command);
+        becomeCommand(PROGRAM, settings.command);
+    if (settings.messages == Messages::IN_FILE)
+        tellInFile(messageFile(settings));
     if (settings.pace != Feed::Pace::FAST)
         keepTimeOnABusyMachine();
-    // Ctrl-C ends the command, and the board only with it.
-    std::signal(SIGINT, SIG_IGN);
-    std::signal(SIGQUIT, SIG_IGN);
     int status = 0;
     board.run([child, &status] { return ::waitpid(child, &status, WNOHANG) == child; });
-    return WIFSIGNALED(status) ? SIGNAL_STATUS + WTERMSIG(status) : WEXITSTATUS(status);
+    return exitStatus(status);
+}
+
+/// Serves the user at standard input and all who join, until the last has left.
+int serveUsers(const Settings& settings)
+{
+    constexpr auto PATIENCE = 5s; // the lock of one that was killed goes a moment after its socket
+    ignoreInterrupts();
+    const BoardLocks locks(settings.folder);
+    const auto running = locks.run({.duration = PATIENCE, .stopped = {}});
+    LiveBoard board(settings);
+    Users users(settings, Connection(LinuxCppUtil::ownFD(::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1))));
+    // From here on nothing is left of where it was started.
+    tellInFile(messageFile(settings));
+    const auto nowhere = LinuxCppUtil::makeUniqueFD("/dev/null", O_RDWR);
+    ::dup2(*nowhere, STDIN_FILENO);
+    ::dup2(*nowhere, STDOUT_FILENO);
+    std::filesystem::current_path("/");
+    if (settings.pace != Feed::Pace::FAST)
+        keepTimeOnABusyMachine();
+    std::optional<LinuxCppUtil::FileLock> going;
+    board.run(
+        [&] {
+            users.serve([&board] { board.writeOut(); });
+            if (!users.empty())
+                return false;
+            if (auto lock = locks.tryComeOrGo())
+                going.emplace(std::move(*lock));
+            return going.has_value();
+        },
+        users.descriptor());
+    return 0;
 }
 
 } // namespace
@@ -97,13 +151,22 @@ int runProgram(int argc, char** argv)
         return 0;
     }
     try {
+        const std::span arguments(argv, static_cast<std::size_t>(argc));
+        if (first == "--join")
+            return joinBoard(arguments.subspan(2));
+        if (first == "--status" && argc == 3)
+            return showStatus(argv[2]);
+        if (first == "--serve")
+            return serveUsers(readArguments(argc - 1, argv + 1));
         const Settings settings = readArguments(argc, argv);
-        makeBoard(settings.folder);
-        return settings.command != nullptr ? runOnBoard(settings) : 0;
+        if (settings.command != nullptr)
+            return runOnBoard(settings);
+        makeKeptBoard(settings.folder);
+        return 0;
     } catch (const CppUtil::InvalidArgumentError& error) {
-        std::cerr << "zeb_virtual_board: " << error.what() << '\n' << USAGE << std::flush;
+        std::cerr << PROGRAM << ": " << error.what() << '\n' << USAGE << std::flush;
     } catch (const std::exception& error) {
-        std::cerr << "zeb_virtual_board: " << error.what() << std::endl;
+        std::cerr << PROGRAM << ": " << error.what() << std::endl;
     }
     return EXIT_NO_BOARD;
 }

@@ -9,7 +9,11 @@
 #include <string_view>
 
 namespace Osl::VirtualBoard {
+namespace fs = std::filesystem;
+
 namespace {
+
+constexpr std::string_view END_OF_OPTIONS = "--";
 
 using CppUtil::InvalidArgumentError;
 
@@ -35,32 +39,57 @@ FeedSettings readFeed(const std::string& argument, const std::vector<FeedSetting
     if (std::any_of(before.begin(), before.end(),
                     [&](const FeedSettings& feed) { return feed.phyIIdx == found->second; }))
         OSL_RAISE(InvalidArgumentError, fmt::format("--feed {}: {} is fed already", argument, port));
-    return {.phyIIdx = found->second, .file = argument.substr(separator + 1)};
+    return {.phyIIdx = found->second, .port = port, .file = argument.substr(separator + 1)};
 }
 
 } // namespace
 
-Settings readArguments(int argc, char** argv)
+std::size_t readOptions(std::span<char* const> arguments, Settings& settings)
 {
-    Settings settings;
-    int at = 1;
-    for (; at < argc && argv[at][0] == '-'; ++at) {
-        const std::string_view option = argv[at];
+    std::size_t at = 0;
+    for (; at < arguments.size() && arguments[at][0] == '-' && arguments[at] != END_OF_OPTIONS; ++at) {
+        const std::string_view option = arguments[at];
         if (option == "--net")
-            settings.network = Network::PRIVATE;
+            settings.network = std::max(settings.network, Network::PRIVATE);
+        else if (option == "--bridge")
+            settings.network = Network::BRIDGED;
         else if (option == "--fast")
             settings.pace = Feed::Pace::FAST;
-        else if (option == "--feed" && at + 1 < argc)
-            settings.feeds.push_back(readFeed(argv[++at], settings.feeds));
+        else if (option == "--log")
+            settings.messages = Messages::IN_FILE;
+        else if (option == "--feed" && at + 1 < arguments.size())
+            settings.feeds.push_back(readFeed(arguments[++at], settings.feeds));
         else
             OSL_RAISE(InvalidArgumentError, fmt::format("unknown or incomplete option \"{}\"", option));
     }
-    if (at == argc || *argv[at] == 0)
+    return at;
+}
+
+Settings readArguments(int argc, char** argv)
+{
+    Settings settings;
+    const std::span arguments(argv, static_cast<std::size_t>(argc));
+    const std::size_t at = 1 + readOptions(arguments.subspan(1), settings);
+    if (at == arguments.size() || *arguments[at] == 0)
         OSL_RAISE(InvalidArgumentError, "no folder was given");
-    settings.folder = argv[at];
-    if (at + 1 < argc)
-        settings.command = argv + at + 1;
+    settings.folder = arguments[at];
+    if (at + 1 < arguments.size())
+        settings.command = &arguments[at + 1];
     return settings;
+}
+
+std::vector<std::string> featuresOf(const Settings& settings)
+{
+    std::vector<std::string> features;
+    if (settings.network != Network::NONE)
+        features.emplace_back("--net");
+    if (settings.network == Network::BRIDGED)
+        features.emplace_back("--bridge");
+    if (settings.pace == Feed::Pace::FAST)
+        features.emplace_back("--fast");
+    for (const FeedSettings& feed : settings.feeds)
+        features.push_back(fmt::format("--feed {}={}", feed.port, fs::absolute(feed.file).lexically_normal().string()));
+    return features;
 }
 
 } // namespace Osl::VirtualBoard

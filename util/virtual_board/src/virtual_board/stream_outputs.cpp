@@ -8,7 +8,6 @@
 
 #include <fmt/format.h>
 
-#include <iostream>
 #include <utility>
 
 namespace Osl::VirtualBoard {
@@ -21,7 +20,7 @@ StreamOutputs::StreamOutputs(volatile uint32_t* ioBlock, const std::filesystem::
       m_Complain(std::move(complain)),
       m_Leave(std::move(leave)),
       m_Physical(root / OUTPUTS_FOLDER, m_Complain),
-      m_Sender(network == Network::PRIVATE ? std::make_unique<MulticastSender>() : nullptr),
+      m_Sender(network != Network::NONE ? std::make_unique<MulticastSender>(groupDevice(network)) : nullptr),
       m_Datagrams(
           [this](const DatagramTarget& target, std::span<const uint8_t> datagram) { m_Sender->send(target, datagram); })
 {
@@ -61,8 +60,7 @@ void StreamOutputs::toNetwork(uint8_t tso, const uint8_t* packet, Clock::time_po
     }
     if (!m_Sender) {
         if (!std::exchange(m_MissingNetworkReported, true))
-            std::cerr << "virtual board: TSO " << +tso
-                      << " has a multicast group, but this board has no network (--net)" << std::endl;
+            tell(fmt::format("TSO {} has a multicast group, but this board has no network (--net)", tso));
         return;
     }
     m_Datagrams.add(tso, {.group = group.value(), .port = row.getUdpPort(), .rtp = row.isRtp()}, packet, now);

@@ -3,6 +3,7 @@
 #include "virtual_board/cam_slot.h"
 #include "virtual_board/datagram_output.h"
 #include "virtual_board/multicast_sender.h"
+#include "virtual_board/network.h"
 #include "virtual_board/physical_outputs.h"
 #include "virtual_board/reporting.h"
 
@@ -13,8 +14,6 @@
 #include <vector>
 
 namespace Osl::VirtualBoard {
-
-enum class Network { NONE, PRIVATE };
 
 /// The board's outputs: hands the packets of each TSO to the physical output and the multicast group that the maps in
 /// the input/output block say at that moment.
