@@ -2,11 +2,11 @@
 
 #include "zeb_fpga_shell/pktio/capture.h"
 #include "zeb_fpga_shell/pktio/packet_file.h"
-#include "zeb_fpga_shell/pktio/receive_port.h"
 #include "zeb_fpga_shell/pktio/transmission.h"
 
 #include <osl/cpputils/log.h>
 #include <osl/ts_streaming/outputs/pcrsegwriter_zebhw.h>
+#include <osl/userspace_drivers/drivers/zeb/ts/receiveport.h>
 
 #include <fmt/format.h>
 
@@ -17,6 +17,7 @@
 
 namespace Osl::Utils {
 
+using Drivers::Zeb::ReceivePort;
 using Ts::Streaming::DesignatorMode;
 
 namespace {
@@ -183,11 +184,12 @@ int RdTsPacketsCmd::doFpgaCommand(Options& options, std::ostream& out, std::istr
 
     const Timing timing = Timing::real();
     const auto stopped = [this] { return stopRequested(); };
-    ReceivePort port = options.count("registers") != 0
-                           ? ReceivePort::overRegisters(getContainedMemIf(), deviceDescriptor(), devicePath())
-                           : ReceivePort::overStream(getContainedMemIf(), Drivers::Zeb::PKTIO_RX_PATH, stopped, timing);
+    ReceivePort port =
+        options.count("registers") != 0
+            ? ReceivePort::overRegisters(getContainedMemIf(), deviceDescriptor(), devicePath())
+            : ReceivePort::overStream(getContainedMemIf(), Drivers::Zeb::PKTIO_RX_PATH, stopped, timing.now);
     if (options.count("fresh") != 0)
-        port.discardWaiting(stopped, timing);
+        port.discardWaiting(stopped, timing.now);
 
     Capture capture(settings, port.driver(), text, file ? &*file : nullptr);
     std::string failure;

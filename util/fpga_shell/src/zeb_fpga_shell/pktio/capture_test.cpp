@@ -1,11 +1,11 @@
 #include "zeb_fpga_shell/pktio/capture.h"
-#include "zeb_fpga_shell/pktio/patient_stream.h"
 
 #include <osl/testing/fake_mem.h>
 #include <osl/testing/fake_timing.h>
 #include <osl/testing/packet_maker.h>
 #include <osl/testing/temp_file.h>
 #include <osl/testing/test.h>
+#include <osl/userspace_drivers/interfaces/patientstream.h>
 
 #include <cstring>
 #include <deque>
@@ -74,7 +74,7 @@ protected:
     FakeRx& m_Rx = *m_OwnedRx;
     Drivers::Zeb::PktIODriver m_Port{
         std::make_shared<Testing::FakeMem>(512),
-        std::make_unique<PatientStream>(
+        std::make_unique<Drivers::PatientStream>(
             std::move(m_OwnedRx), "rx", [this] { return m_Stopped; }, m_Timing.timing().now)};
     std::ostringstream m_Text;
     Testing::TempFile m_Target;

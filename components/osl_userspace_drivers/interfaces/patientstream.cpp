@@ -1,12 +1,11 @@
-#include "zeb_fpga_shell/pktio/patient_stream.h"
-
 #include <osl/cpputils/error.h>
+#include <osl/userspace_drivers/interfaces/patientstream.h>
 
 #include <fmt/format.h>
 
 #include <utility>
 
-namespace Osl::Utils {
+namespace Osl::Drivers {
 namespace {
 
 constexpr std::chrono::milliseconds SLICE(50);
@@ -15,7 +14,7 @@ constexpr std::chrono::milliseconds EARLY(10);
 
 } // namespace
 
-PatientStream::PatientStream(std::unique_ptr<Drivers::IIOIf> device, std::string name, std::function<bool()> stopped,
+PatientStream::PatientStream(std::unique_ptr<IIOIf> device, std::string name, std::function<bool()> stopped,
                              std::function<std::chrono::steady_clock::time_point()> now)
     : m_Device(std::move(device)),
       m_Name(std::move(name)),
@@ -51,4 +50,4 @@ std::size_t PatientStream::write(const void* buffer, std::size_t length, std::ch
 
 std::size_t PatientStream::write(const void* buffer, std::size_t length) { return m_Device->write(buffer, length); }
 
-} // namespace Osl::Utils
+} // namespace Osl::Drivers

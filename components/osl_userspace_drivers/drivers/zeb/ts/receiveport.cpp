@@ -1,16 +1,12 @@
-#include "zeb_fpga_shell/pktio/receive_port.h"
-
-#include "zeb_fpga_shell/pktio/patient_stream.h"
-
+#include <osl/userspace_drivers/drivers/zeb/ts/receiveport.h>
+#include <osl/userspace_drivers/interfaces/patientstream.h>
 #include <osl/userspace_drivers/interfaces/posix/posix_ioif.h>
 
 #include <array>
 #include <fcntl.h>
 #include <utility>
 
-namespace Osl::Utils {
-
-using Drivers::Zeb::PktIODriver;
+namespace Osl::Drivers::Zeb {
 
 namespace {
 
@@ -29,20 +25,19 @@ ReceivePort::ReceivePort(LinuxCppUtil::FileLock lock, std::unique_ptr<PktIODrive
 {
 }
 
-ReceivePort ReceivePort::overStream(std::shared_ptr<Drivers::IMemIf> registers, const std::string& path,
-                                    const std::function<bool()>& stopped, const Timing& timing)
+ReceivePort ReceivePort::overStream(std::shared_ptr<IMemIf> registers, const std::string& path,
+                                    const std::function<bool()>& stopped, const Now& now)
 {
     auto device = std::make_unique<Posix::PosixIOIf>(path, true);
     LinuxCppUtil::FileLock lock(device->descriptor(), path);
-    auto stream = std::make_unique<PatientStream>(std::move(device), path, stopped, timing.now);
+    auto stream = std::make_unique<PatientStream>(std::move(device), path, stopped, now);
     Take take = [&waiting = *stream](uint32_t* record) {
         return waiting.read(record, PktIODriver::TOTAL_PKT_SIZE, std::chrono::milliseconds(0)) != 0;
     };
     return {std::move(lock), std::make_unique<PktIODriver>(std::move(registers), std::move(stream)), std::move(take)};
 }
 
-ReceivePort ReceivePort::overRegisters(std::shared_ptr<Drivers::IMemIf> registers, int descriptor,
-                                       const std::string& path)
+ReceivePort ReceivePort::overRegisters(std::shared_ptr<IMemIf> registers, int descriptor, const std::string& path)
 {
     LinuxCppUtil::FileLock lock(descriptor, path);
     auto driver = std::make_unique<PktIODriver>(std::move(registers));
@@ -50,12 +45,12 @@ ReceivePort ReceivePort::overRegisters(std::shared_ptr<Drivers::IMemIf> register
     return {std::move(lock), std::move(driver), std::move(take)};
 }
 
-void ReceivePort::discardWaiting(const std::function<bool()>& stopped, const Timing& timing)
+void ReceivePort::discardWaiting(const std::function<bool()>& stopped, const Now& now)
 {
-    const auto end = timing.now() + LONGEST_DISCARD;
+    const auto end = now() + LONGEST_DISCARD;
     std::array<uint32_t, PktIODriver::TOTAL_PKT_SIZE / sizeof(uint32_t)> record{};
-    while (!stopped() && timing.now() < end && m_TakeWaiting(record.data()))
+    while (!stopped() && now() < end && m_TakeWaiting(record.data()))
         continue;
 }
 
-} // namespace Osl::Utils
+} // namespace Osl::Drivers::Zeb
