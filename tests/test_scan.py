@@ -100,4 +100,4 @@ def test_what_is_no_transport_stream_is_refused(board, tmp_path):
         status, out, err = board.route("scan", "--file", path)
         assert (status, out) == (2, "")
         assert reason.format(path) in err and err.startswith("zeb_route: ")
-    assert board.route("scan") == (2, "", "zeb_route: scan needs --file FILE; see `zeb_route scan --help`\n")
+    assert board.route("scan") == (2, "", "zeb_route: scan needs a TSI, or --file FILE; see `zeb_route scan --help`\n")

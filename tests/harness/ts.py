@@ -102,6 +102,11 @@ def with_pid(packet, pid):
     return Packet(bytes([0x47, packet.data[1] & 0xE0 | pid >> 8, pid & 0xFF]) + packet.data[3:])
 
 
+def starting(packet):
+    """The same at the start of a payload unit."""
+    return Packet(bytes([packet.data[0], packet.data[1] | 0x40]) + packet.data[2:])
+
+
 def join(packets):
     return b"".join(packet.data for packet in packets)
 

@@ -3,6 +3,7 @@
 #include "name_list.h"
 
 #include <osl/zeb_routing/check.h>
+#include <osl/zeb_routing/listening.h>
 #include <osl/zeb_routing/translation.h>
 
 #include <fmt/format.h>
@@ -239,6 +240,10 @@ std::vector<Finding> check(const Source& source)
     facts.filters();
     facts.multicast();
     checkLookUpTables(source.tables, findings);
+    if (withoutCopies(source.tables) != source.tables)
+        findings.push_back({"scan-rows", true,
+                            "there are rows of a scan; they go when it ends, or, where it was killed, with the next "
+                            "scan or change"});
     return findings;
 }
 

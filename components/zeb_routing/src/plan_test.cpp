@@ -163,16 +163,16 @@ private:
                 m_Broken = describe(i, now[i]) + testing::PrintToString(offset);
     }
 
-    std::string describe(std::size_t i, const Copies& now) const
+    std::string describe(std::size_t i, const PacketCopies& now) const
     {
         return testing::PrintToString(
             std::tuple(TSIS[i / PIDS.size()], PIDS[i % PIDS.size()], m_Before[i], now, m_Wanted[i]));
     }
 
     /// Only where it goes before or will go, and not nowhere while both say somewhere.
-    bool isMixture(std::size_t i, const Copies& now) const
+    bool isMixture(std::size_t i, const PacketCopies& now) const
     {
-        const auto isIn = [](const Copies& all, const auto& copy) {
+        const auto isIn = [](const PacketCopies& all, const auto& copy) {
             return std::find(all.begin(), all.end(), copy) != all.end();
         };
         return std::all_of(now.begin(), now.end(),

@@ -19,6 +19,8 @@ const char* wordOf(Argument::Offer offer)
         return "source";
     case Argument::Offer::PACKETS:
         return "packet";
+    case Argument::Offer::INPUTS:
+        return "input";
     case Argument::Offer::OUTPUTS:
         return "output";
     case Argument::Offer::STATEMENTS:

@@ -1,6 +1,7 @@
 #include "zeb_route/change_cmds.h"
 
 #include "zeb_route/live_change.h"
+#include "zeb_route/service.h"
 #include "zeb_route/sources.h"
 
 #include <osl/zeb_routing/patch.h>
@@ -24,23 +25,24 @@ int apply(const Settings& settings, Surroundings& around)
     if (name == LIVE)
         OSL_RAISE(UsageError, "the board routes as it does already; a file or - is expected");
     const Routing wanted = readSource(name).routing;
-    return changeBoard([&](const Routing&) { return wanted; }, AGAIN, settings, around);
+    return changeBoard({[&](Board&, const Source&, std::vector<std::string>&) { return wanted; }, AGAIN}, settings,
+                       around);
 }
 
 /// `name` is what errors call the patch; empty: nothing.
 int applyPatch(Patch& patch, const std::string& name, const char* howToComplete, const Settings& settings,
                Surroundings& around)
 {
-    const auto wanted = [&](const Routing& present) {
+    const auto wanted = [&](Board&, const Source& before, std::vector<std::string>&) {
         try {
-            return patch.applyTo(present);
+            return patch.applyTo(before.routing);
         } catch (const SourceError& error) {
             if (name.empty())
                 throw;
             throw NamedSourceError(name, error, __FILE__, __LINE__);
         }
     };
-    return changeBoard(wanted, howToComplete, settings, around);
+    return changeBoard({wanted, howToComplete}, settings, around);
 }
 
 int patch(const Settings& settings, Surroundings& around)
@@ -56,6 +58,8 @@ int patch(const Settings& settings, Surroundings& around)
 
 int add(const Settings& settings, Surroundings& around)
 {
+    if (isService(settings.words))
+        return changeBoard(addService(settings.words, settings, around), settings, around);
     Patch patch;
     patch.add(fmt::format("{}", fmt::join(settings.words, " ")));
     return applyPatch(patch, "", AGAIN, settings, around);
@@ -63,6 +67,8 @@ int add(const Settings& settings, Surroundings& around)
 
 int del(const Settings& settings, Surroundings& around)
 {
+    if (isService(settings.words))
+        return changeBoard(delService(settings.words, settings, around), settings, around);
     Patch patch;
     patch.remove(fmt::format("{}", fmt::join(settings.words, " ")));
     return applyPatch(patch, "", WANTED, settings, around);
@@ -73,19 +79,6 @@ constexpr Argument DRY_RUN{.name = "--dry-run",
                            .kind = Argument::Kind::FLAG,
                            .help = "Print what would change, and the steps; write nothing",
                            .flag = &Settings::dryRun};
-constexpr Argument BACKUP{.name = "--backup",
-                          .value = "FILE",
-                          .kind = Argument::Kind::WORD,
-                          .help = "First save the present tables there, as an image without the filters",
-                          .offer = Argument::Offer::FILES,
-                          .word = &Settings::backup};
-constexpr Argument WAIT{.name = "--wait",
-                        .value = "SECONDS",
-                        .kind = Argument::Kind::NUMBER,
-                        .help = "Wait so long for another command that changes the tables",
-                        .number = &Settings::waitSeconds,
-                        .least = 0,
-                        .most = 86'400};
 constexpr Argument CONFIRM{.name = "--confirm",
                            .value = "SECONDS",
                            .kind = Argument::Kind::NUMBER,
@@ -98,7 +91,7 @@ constexpr Argument CONFIRM{.name = "--confirm",
 constexpr Argument STATEMENT{.name = "STATEMENT",
                              .value = "",
                              .kind = Argument::Kind::WORDS,
-                             .help = "The words of one statement",
+                             .help = "The words of one statement, or `service TSI:NUMBER` and where it goes",
                              .offer = Argument::Offer::STATEMENTS,
                              .words = &Settings::words,
                              .least = 1,
@@ -113,7 +106,7 @@ constexpr std::array APPLY_ARGUMENTS{
              .words = &Settings::words,
              .least = 1,
              .most = 1},
-    DRY_RUN, BACKUP, WAIT, CONFIRM};
+    DRY_RUN, BACKUP_OPTION, WAIT_OPTION, CONFIRM};
 constexpr std::array PATCH_ARGUMENTS{
     Argument{.name = "FILE",
              .value = "",
@@ -123,12 +116,18 @@ constexpr std::array PATCH_ARGUMENTS{
              .words = &Settings::words,
              .least = 0,
              .most = 1},
-    DRY_RUN, BACKUP, WAIT, CONFIRM};
-constexpr std::array STATEMENT_ARGUMENTS{STATEMENT, DRY_RUN, BACKUP, WAIT, CONFIRM};
+    DRY_RUN, BACKUP_OPTION, WAIT_OPTION, CONFIRM};
+constexpr std::array STATEMENT_ARGUMENTS{STATEMENT, DRY_RUN, BACKUP_OPTION, WAIT_OPTION, CONFIRM, TIME_OPTION};
 
 constexpr const char* CHANGE_DETAILS =
     "No packet is lost whose route stays the same. Prints what has changed as `diff` does, then a line that begins "
     "with #.\nExit status 1: the change was not confirmed, and was taken back.";
+constexpr const char* SERVICE_DETAILS =
+    "No packet is lost whose route stays the same. Prints what has changed as `diff` does, then a line that begins "
+    "with #.\n`service 9:1001 to 3 4` stands for the routes of the service's PMT, its elementary streams and its PCR. "
+    "Which PIDs those are is found out first, on the board itself, as `scan` does it, also with --dry-run. PIDs that "
+    "went by the route of the rest of the TSI still go there, too; `del` leaves what another service needs.\n"
+    "Exit status 1: the change was not confirmed, and was taken back.";
 
 } // namespace
 
@@ -143,13 +142,13 @@ const Command PATCH{.name = "patch",
                     .arguments = PATCH_ARGUMENTS,
                     .run = &patch};
 const Command ADD{.name = "add",
-                  .summary = "Add a statement to the routing of the board",
-                  .details = CHANGE_DETAILS,
+                  .summary = "Add a statement, or a service, to the routing of the board",
+                  .details = SERVICE_DETAILS,
                   .arguments = STATEMENT_ARGUMENTS,
                   .run = &add};
 const Command DEL{.name = "del",
-                  .summary = "Take a statement away; with its first words alone, all that is said of that",
-                  .details = CHANGE_DETAILS,
+                  .summary = "Take a statement or a service away; with its first words alone, all that is said of that",
+                  .details = SERVICE_DETAILS,
                   .arguments = STATEMENT_ARGUMENTS,
                   .run = &del};
 

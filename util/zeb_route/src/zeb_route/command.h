@@ -34,6 +34,7 @@ struct Settings
     std::string backup;
     std::string file;
     uint32_t intervalMs = 1000;
+    uint32_t timeMs = 1000;
     uint32_t waitSeconds = 10;
     uint32_t confirmSeconds = 0; ///< 0: do not ask
     bool json = false;
@@ -71,7 +72,7 @@ struct Argument
 {
     enum class Kind { FLAG, WORD, WORDS, NUMBER };
     /// What a completion offers for it.
-    enum class Offer { NOTHING, FILES, SOURCES, PACKETS, OUTPUTS, STATEMENTS };
+    enum class Offer { NOTHING, FILES, SOURCES, PACKETS, INPUTS, OUTPUTS, STATEMENTS };
 
     const char* name;  ///< "--json", or that of a group of words, "SOURCE"
     const char* value; ///< what stands for its value in help texts; "" for a flag
@@ -97,6 +98,29 @@ inline constexpr Argument JSON_OPTION{.name = "--json",
                                       .kind = Argument::Kind::FLAG,
                                       .help = "Print one JSON document",
                                       .flag = &Settings::json};
+
+/// The same for every command that writes.
+inline constexpr Argument BACKUP_OPTION{.name = "--backup",
+                                        .value = "FILE",
+                                        .kind = Argument::Kind::WORD,
+                                        .help = "First save the present tables there, as an image without the filters",
+                                        .offer = Argument::Offer::FILES,
+                                        .word = &Settings::backup};
+inline constexpr Argument WAIT_OPTION{.name = "--wait",
+                                      .value = "SECONDS",
+                                      .kind = Argument::Kind::NUMBER,
+                                      .help = "Wait so long for another command that changes the tables",
+                                      .number = &Settings::waitSeconds,
+                                      .least = 0,
+                                      .most = 86'400};
+/// For who listens to a board. A table that comes every 30 s needs as much.
+inline constexpr Argument TIME_OPTION{.name = "--time",
+                                      .value = "MS",
+                                      .kind = Argument::Kind::NUMBER,
+                                      .help = "Listen to each PID of a stream for so many milliseconds",
+                                      .number = &Settings::timeMs,
+                                      .least = 100,
+                                      .most = 3'600'000};
 
 /// A command as help, manual page and completion show it, and its work.
 struct Command

@@ -1,17 +1,15 @@
 #include "zeb_route/confirmation.h"
 
-#include <osl/linutils/program_start.h>
+#include "zeb_route/endurance.h"
 
 #include <fmt/format.h>
 
 #include <array>
-#include <csignal>
 #include <fcntl.h>
 #include <optional>
 #include <poll.h>
 #include <string>
 #include <strings.h>
-#include <sys/prctl.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -56,15 +54,7 @@ Confirmation::Confirmation()
     if (terminal == -1)
         OSL_RAISE(UsageError, "--confirm asks on a terminal, and there is none");
     m_Terminal = LinuxCppUtil::ownFD(terminal);
-    for (const int signal : {SIGHUP, SIGTERM, SIGQUIT})
-        LinuxCppUtil::stopOnSignal(signal);
-    for (const int signal : {SIGTSTP, SIGTTIN, SIGTTOU, SIGPIPE})
-        std::signal(signal, SIG_IGN);
-    // A shell that is killed takes nobody along by itself.
-    const pid_t parent = ::getppid();
-    ::prctl(PR_SET_PDEATHSIG, SIGHUP);
-    if (::getppid() != parent)
-        std::raise(SIGHUP);
+    endure();
 }
 
 bool Confirmation::isGiven(std::chrono::seconds time, const Surroundings& around)

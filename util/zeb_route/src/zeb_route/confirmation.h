@@ -9,9 +9,8 @@
 
 namespace Osl::ZebRoute {
 
-/// The question whether a change shall stay, asked on the terminal. While it lives nothing but SIGKILL ends or stops
-/// the program before it can take the change back: a closed terminal and the end of the shell count as requests to
-/// stop.
+/// The question whether a change shall stay, asked on the terminal. From its making on the program endures (see
+/// endurance.h) until it can take the change back.
 class Confirmation
 {
 public:

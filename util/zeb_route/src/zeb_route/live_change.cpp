@@ -1,12 +1,14 @@
 #include "zeb_route/live_change.h"
 
 #include "zeb_route/board.h"
+#include "zeb_route/board_lock.h"
 #include "zeb_route/confirmation.h"
+#include "zeb_route/endurance.h"
 
 #include <osl/cpputils/error_text.h>
-#include <osl/linutils/file_lock.h>
 #include <osl/linutils/program_start.h>
 #include <osl/linutils/whole_file.h>
+#include <osl/zeb_routing/listening.h>
 #include <osl/zeb_routing/plan.h>
 #include <osl/zeb_routing/text.h>
 #include <osl/zeb_routing/translation.h>
@@ -16,7 +18,6 @@
 #include <chrono>
 #include <csignal>
 #include <optional>
-#include <thread>
 
 namespace Osl::ZebRoute {
 namespace {
@@ -24,36 +25,15 @@ namespace {
 using namespace ZebRouting;
 using Clock = std::chrono::steady_clock;
 
-/// So long a packet may be on its way through the lists.
-constexpr std::chrono::milliseconds SETTLING{1};
-
 std::string countText(std::size_t count, const char* noun)
 {
     return fmt::format("{} {}{}", count, noun, count == 1 ? "" : "s");
 }
 
-/// Nobody else edits the tables while this lives.
-class BoardLock
-{
-public:
-    BoardLock(Board& board, const Settings& settings, const Surroundings& around)
-        : m_Patience{std::chrono::seconds(settings.waitSeconds), [&around] { return around.stopRequested(); }},
-          m_Pid(board.pid.descriptor(), Drivers::Zeb::PIDLUT_DEVICE.path, m_Patience),
-          m_Io(board.io.descriptor(), Drivers::Zeb::IPLUT_DEVICE.path, m_Patience)
-    {
-    }
-
-private:
-    LinuxCppUtil::LockPatience m_Patience;
-    // Always in this order, so that no two commands wait for each other.
-    LinuxCppUtil::FileLock m_Pid;
-    LinuxCppUtil::FileLock m_Io;
-};
-
 /// Carries the plan out, and reads the board again to see that it says what is wanted.
 void carryOut(const Plan& plan, const Routing& wanted, Board& board)
 {
-    execute(plan, board.pid, board.io, [] { std::this_thread::sleep_for(SETTLING); });
+    execute(plan, board.pid, board.io, &settle);
     const std::string rest = toText(difference(board.read().routing, wanted));
     if (!rest.empty())
         OSL_RAISE(RoutingError,
@@ -101,7 +81,7 @@ int takeBack(const Routing& before, Board& board)
 
 } // namespace
 
-int changeBoard(const Wanted& wanted, const char* howToComplete, const Settings& settings, Surroundings& around)
+int changeBoard(const Change& change, const Settings& settings, Surroundings& around)
 {
     const Clock::time_point begin = Clock::now();
     // What is begun is finished: these are heeded before the first write, and by the question.
@@ -112,19 +92,39 @@ int changeBoard(const Wanted& wanted, const char* howToComplete, const Settings&
         confirmation.emplace();
     Board board;
     std::optional<BoardLock> lock;
-    if (!settings.dryRun)
+    if (!settings.dryRun || change.listens)
         lock.emplace(board, settings, around);
-    const Source before = board.read();
-    const Routing routing = wanted(before.routing);
-    const Plan plan = planChange(before.tables, routing);
+    Tables present = board.tables();
+    const Source before = Source::of(withoutCopies(present));
+    const bool hasLeftRows = !(present == before.tables);
+    const auto backUp = [&] {
+        if (!settings.backup.empty() && !settings.dryRun)
+            LinuxCppUtil::writeWholeFile(settings.backup, before.tables.toImage());
+    };
+    if (change.listens) {
+        endure();
+        backUp();
+    }
+    std::vector<std::string> notes;
+    Routing routing = change.wanted(board, before, notes);
+    if (change.listens)
+        present = board.tables();
+    if (hasLeftRows && !routing.hasFilters) {
+        routing.filters = before.routing.filters;
+        routing.hasFilters = true;
+    }
+    if (hasLeftRows)
+        notes.emplace_back("rows that a scan had left go as well");
+    Plan plan = planChange(present, routing);
+    plan.notes.insert(plan.notes.begin(), notes.begin(), notes.end());
     const std::string changes = toText(difference(before.routing, routing));
     if (settings.dryRun) {
         around.print(changes);
         printSteps(plan, around);
         return DONE;
     }
-    if (!settings.backup.empty())
-        LinuxCppUtil::writeWholeFile(settings.backup, before.tables.toImage());
+    if (!change.listens)
+        backUp();
     if (around.stopRequested())
         OSL_RAISE(RoutingError, "stopped before anything was written");
     if (plan.steps.empty()) {
@@ -134,7 +134,7 @@ int changeBoard(const Wanted& wanted, const char* howToComplete, const Settings&
     try {
         carryOut(plan, routing, board);
     } catch (const PlanError& error) {
-        OSL_RAISE(RoutingError, fmt::format("{}; {}", CppUtil::withoutPlace(error.what()), howToComplete));
+        OSL_RAISE(RoutingError, fmt::format("{}; {}", CppUtil::withoutPlace(error.what()), change.howToComplete));
     }
     around.print(changes);
     for (const std::string& note : plan.notes)

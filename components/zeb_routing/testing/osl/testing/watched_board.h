@@ -62,11 +62,11 @@ struct WatchedBoard
 };
 
 /// Where the copies of a packet go, by the hardware's own rules: (TSO, PID), and (1000 + filter, PID) to the processor.
-using Copies = std::vector<std::pair<uint32_t, uint32_t>>;
+using PacketCopies = std::vector<std::pair<uint32_t, uint32_t>>;
 
-inline Copies lookUp(const std::vector<uint32_t>& memory, uint32_t tsi, uint32_t pid)
+inline PacketCopies lookUp(const std::vector<uint32_t>& memory, uint32_t tsi, uint32_t pid)
 {
-    Copies copies;
+    PacketCopies copies;
     uint32_t list = 0;
     const uint32_t bank = (memory[129] & 1) == 0 ? 8192 : 12288;
     uint32_t low = 0;
@@ -105,7 +105,7 @@ inline Copies lookUp(const std::vector<uint32_t>& memory, uint32_t tsi, uint32_t
 inline constexpr std::array<uint32_t, 4> TSIS{0, 3, 9, 255};
 inline constexpr std::array<uint32_t, 10> PIDS{0, 1, 2, 3, 16, 0x100, 0x101, 0x1FF, 8190, 8191};
 
-using AllCopies = std::vector<Copies>;
+using AllCopies = std::vector<PacketCopies>;
 
 inline AllCopies lookUpAll(const std::vector<uint32_t>& memory)
 {
@@ -122,14 +122,14 @@ inline AllCopies wantedCopies(const ZebRouting::Routing& routing)
     AllCopies all;
     for (const uint32_t tsi : TSIS) {
         for (const uint32_t pid : PIDS) {
-            Copies own;
-            Copies rest;
+            PacketCopies own;
+            PacketCopies rest;
             bool hasOwn = false;
             for (const auto& [packets, to] : routing.routes) {
                 if (packets.tsi != tsi || (!packets.isWholeTsi() && packets.pid != pid))
                     continue;
                 hasOwn = hasOwn || !packets.isWholeTsi();
-                Copies& copies = packets.isWholeTsi() ? rest : own;
+                PacketCopies& copies = packets.isWholeTsi() ? rest : own;
                 if (to.isOutput())
                     copies.emplace_back(to.tso(), to.newPid().value_or(static_cast<uint16_t>(pid)));
                 else if (to.isCpu())

@@ -25,6 +25,8 @@ public:
 
     PktIODriver& driver() { return *m_Driver; }
 
+    /// Stores a record that waits in the port, if one does.
+    bool takeWaiting(uint32_t* record) { return m_TakeWaiting(record); }
     /// Takes all that waits in the port and forgets it; what still comes while this goes on is forgotten as well.
     void discardWaiting(const std::function<bool()>& stopped, const Now& now);
 
