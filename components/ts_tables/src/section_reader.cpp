@@ -79,7 +79,7 @@ Sections SectionReader::push(const uint8_t* packet)
     }
     const uint64_t damagedBefore = m_Damaged;
 
-    std::array<uint8_t, TS_SIZE> copy; // the library wants it writable
+    std::array<uint8_t, TS_SIZE> copy{}; // the library wants it writable
     std::copy_n(packet, TS_SIZE, copy.begin());
     dvbpsi_packet_push(m_Handle.get(), copy.data());
     m_Handle->p_decoder->b_discontinuity = false;

@@ -53,6 +53,7 @@ private:
 
     bool m_IsWhole; ///< all packets of the stream come
     std::vector<PidState> m_Pids;
+    std::set<uint16_t> m_ReadPids; ///< those with a reader
     TableSet m_Tables;
     RateMeter m_Rate;
     uint64_t m_Packets = 0;
@@ -62,14 +63,14 @@ private:
 /// Has the PIDs of tables read, and no others.
 void StreamListener::Impl::findReaders()
 {
-    const std::set<uint16_t> pids = m_Tables.pids();
-    for (uint16_t pid = 0; pid < PIDS; ++pid) {
-        const bool isTable = pids.count(pid) != 0;
-        if (!isTable)
+    std::set<uint16_t> pids = m_Tables.pids();
+    for (const uint16_t pid : m_ReadPids)
+        if (pids.count(pid) == 0)
             m_Pids[pid].reader.reset();
-        else if (!m_Pids[pid].reader)
+    for (const uint16_t pid : pids)
+        if (!m_Pids[pid].reader)
             m_Pids[pid].reader = std::make_unique<SectionReader>();
-    }
+    m_ReadPids = std::move(pids);
 }
 
 bool StreamListener::Impl::push(const uint8_t* packet)
