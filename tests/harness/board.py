@@ -24,7 +24,7 @@ PIDLUT = "zebtsif_pidlut"
 IPLUT = "zebtsif_iplut"
 PKTIO = "zebtsif_pktio_dbg"
 SCM = "scm"
-PORT_FREE = 32  # word of the packet port; the board sets it whenever it looks
+PORT_RELEASE = 17  # word of the packet port; the board clears it whenever it looks
 SIZES = {PIDLUT: 0x20000, IPLUT: 0x4000, PKTIO: 0x1000, SCM: 0x4000}  # bytes
 
 
@@ -122,8 +122,8 @@ class Board:
     def settle(self):
         """Waits until the board has looked at everything once more: at what senders left, and whether they are gone."""
         for _ in range(2):  # the first look may have been half over
-            self.poke(PKTIO, PORT_FREE, 0)
-            wait_until(lambda: self.words(PKTIO, PORT_FREE, 1) == [1])
+            self.poke(PKTIO, PORT_RELEASE, 1)
+            wait_until(lambda: self.words(PKTIO, PORT_RELEASE, 1) == [0])
 
     def reset(self):
         """As after a reset of the FPGA. The devices' files stay the same ones: the sandbox holds them."""

@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
+#include <vector>
 
 namespace Osl::VirtualBoard {
 namespace fs = std::filesystem;
@@ -50,31 +51,35 @@ uintptr_t findMapping(const fs::path& process, const struct stat& device)
 
 } // namespace
 
-std::vector<DeviceUser> usersOf(const fs::path& device, UsersAre where)
+void forEachUser(const fs::path& device, UsersAre where, const std::function<bool(const DeviceUser&)>& visit)
 {
-    std::vector<DeviceUser> users;
     struct stat status = {};
     if (::stat(device.c_str(), &status) != 0)
-        return users;
+        return;
+    std::vector<pid_t> processes;
     std::error_code error;
     const fs::path here = fs::read_symlink("/proc/self/ns/pid", error);
     for (fs::directory_iterator at("/proc", error), end; !error && at != end; at.increment(error)) {
         const std::string name = at->path().filename();
-        DeviceUser user{.process = 0};
-        const auto [rest, failure] = std::from_chars(name.data(), name.data() + name.size(), user.process);
-        if (failure != std::errc() || *rest != '\0' || user.process == ::getpid())
-            continue;
+        pid_t process = 0;
+        const auto [rest, failure] = std::from_chars(name.data(), name.data() + name.size(), process);
+        if (failure == std::errc() && *rest == '\0' && process != ::getpid())
+            processes.push_back(process);
+    }
+    std::sort(processes.begin(), processes.end(), std::greater());
+    for (const pid_t process : processes) {
+        const fs::path folder = "/proc/" + std::to_string(process);
         if (std::error_code unseen; where == UsersAre::IN_THEIR_SANDBOXES) {
-            const fs::path there = fs::read_symlink(at->path() / "ns/pid", unseen);
+            const fs::path there = fs::read_symlink(folder / "ns/pid", unseen);
             if (unseen || there == here)
                 continue;
         }
-        const bool open = findDescriptors(at->path(), status, user);
-        user.mapping = findMapping(at->path(), status);
-        if (open || user.mapping != 0)
-            users.push_back(user);
+        DeviceUser user{.process = process};
+        const bool open = findDescriptors(folder, status, user);
+        user.mapping = findMapping(folder, status);
+        if ((open || user.mapping != 0) && !visit(user))
+            return;
     }
-    return users;
 }
 
 } // namespace Osl::VirtualBoard

@@ -2,8 +2,8 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <sys/types.h>
-#include <vector>
 
 namespace Osl::VirtualBoard {
 
@@ -22,7 +22,8 @@ enum class UsersAre {
     IN_THEIR_SANDBOXES ///< among those with a process namespace of their own; there may be many others
 };
 
-/// Those that this process may look at.
-std::vector<DeviceUser> usersOf(const std::filesystem::path& device, UsersAre where);
+/// Calls `visit` with those that this process may look at, the newest first, until it returns false.
+void forEachUser(const std::filesystem::path& device, UsersAre where,
+                 const std::function<bool(const DeviceUser&)>& visit);
 
 } // namespace Osl::VirtualBoard

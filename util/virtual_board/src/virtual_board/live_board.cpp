@@ -102,6 +102,9 @@ LiveBoard::LiveBoard(const Settings& settings)
           [this](uint32_t phyOIdx, const uint8_t* packet) { m_ReturnPaths.take(phyOIdx, packet); }),
       m_IpLut(m_IoBlock.words()),
       m_Port(m_PortRegisters.words(), openRxPipe(placeOf(m_Root, Zeb::PKTIO_RX_PATH))),
+      m_PortUsers(
+          m_PortRegisters.file(), m_UsersAre, [this] { serveRegisters(); },
+          [this](const std::string& what) { complain(what); }),
       m_RxCounter(placeOf(m_Root, Zeb::PKTIO_RX_BYTES_ATTRIBUTE)),
       m_Pace(settings.pace),
       m_Watch(watchedFiles(m_Root))
@@ -225,7 +228,12 @@ void LiveBoard::endIpLutFilling()
 {
     if (!m_IpLut.isBeingFilled() || ::flock(m_IoBlock.descriptor(), LOCK_EX | LOCK_NB) != 0)
         return;
-    if (usersOf(m_IoBlock.file(), m_UsersAre).empty() && m_IpLut.endFilling() && m_IpInput)
+    bool used = false;
+    forEachUser(m_IoBlock.file(), m_UsersAre, [&used](const DeviceUser&) {
+        used = true;
+        return false;
+    });
+    if (!used && m_IpLut.endFilling() && m_IpInput)
         m_IpInput->tune(m_IpLut.rows());
     ::flock(m_IoBlock.descriptor(), LOCK_UN);
 }
@@ -242,6 +250,21 @@ void LiveBoard::reportDamage(bool touched)
     }
 }
 
+bool LiveBoard::serveRegisters()
+{
+    return m_Port.serve(
+        [this](const PacketPort::Record& record) { route(record[0], reinterpret_cast<const uint8_t*>(&record[1])); });
+}
+
+bool LiveBoard::servePort()
+{
+    if (m_Watch.wasOpened(m_PortRegisters.file()))
+        m_PortUsers.lookFor(m_Now);
+    const bool busy = m_PortUsers.serve(m_Now);
+    m_Port.setUsers(m_PortUsers.areReceiving(), m_PortUsers.areSending());
+    return serveRegisters() || busy;
+}
+
 bool LiveBoard::serve()
 {
     bool busy = m_Watch.somethingHappened();
@@ -249,9 +272,7 @@ bool LiveBoard::serve()
         m_TablesTouched = m_Now;
     for (const Channel& channel : m_Channels)
         busy |= channel.channel && channel.channel->serve(m_Now);
-    busy |= m_Port.serve(m_Now, [this](const PacketPort::Record& record) {
-        route(record[0], reinterpret_cast<const uint8_t*>(&record[1]));
-    });
+    busy |= servePort();
     busy |= serveIpInputs();
     if (m_Watch.wasClosed(m_IoBlock.file()))
         endIpLutFilling();

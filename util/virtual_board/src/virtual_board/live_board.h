@@ -8,6 +8,7 @@
 #include "virtual_board/feed.h"
 #include "virtual_board/multicast_input.h"
 #include "virtual_board/packet_port.h"
+#include "virtual_board/port_users.h"
 #include "virtual_board/return_paths.h"
 #include "virtual_board/router.h"
 #include "virtual_board/settings.h"
@@ -57,6 +58,8 @@ private:
     void openChannels();
     void openFeeds(const Settings& settings);
     bool serve();
+    bool servePort();
+    bool serveRegisters();
     bool serveFeeds();
     bool serveIpInputs();
     void endIpLutFilling();
@@ -88,6 +91,7 @@ private:
     ActiveIpLut m_IpLut;
     std::unique_ptr<MulticastInput> m_IpInput; ///< empty without a network
     PacketPort m_Port;
+    PortUsers m_PortUsers;
     ByteCounter m_RxCounter;
     std::vector<Channel> m_Channels;
     Feed::Pace m_Pace;

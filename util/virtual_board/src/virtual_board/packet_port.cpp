@@ -29,27 +29,48 @@ PacketPort::PacketPort(volatile uint32_t* registers, LinuxCppUtil::UniqueFD stre
     : m_Registers(registers),
       m_Stream(std::move(stream))
 {
-    m_Registers[PktIoReg::TX_STATUS] = 1;
+    setUsers(false, false);
     if (m_Stream)
         m_StreamWriter = reopen(m_Stream, O_WRONLY);
 }
 
-void PacketPort::present()
+void PacketPort::setUsers(bool receiving, bool sending)
 {
-    const Record& record = m_Waiting.front();
-    m_Registers[PktIoReg::RX_HEADER] = record[0];
-    for (uint32_t i = 0; i < PktIoReg::TS_WORDS; ++i)
-        m_Registers[PktIoReg::RX_DATA + i] = record[1 + i];
-    m_Registers[PktIoReg::RX_STATUS] = 1;
-    m_Waiting.pop_front();
+    m_Receiving = receiving;
+    m_Sending = sending;
+    show();
+    m_Registers[PktIoReg::TX_STATUS] = m_Sending ? 1 : 0;
+}
+
+/// Shows the first packet that waits, if anybody is there to take it.
+void PacketPort::show()
+{
+    const bool shown = m_Receiving && !m_Waiting.empty();
+    if (shown && !m_Shown) {
+        const Record& record = m_Waiting.front();
+        m_Registers[PktIoReg::RX_HEADER] = record[0];
+        for (uint32_t i = 0; i < PktIoReg::TS_WORDS; ++i)
+            m_Registers[PktIoReg::RX_DATA + i] = record[1 + i];
+    }
+    m_Shown = shown;
+    m_Registers[PktIoReg::RX_STATUS] = shown ? 1 : 0;
+}
+
+void PacketPort::release()
+{
+    if (std::exchange(m_Shown, false))
+        m_Waiting.pop_front();
+    m_Registers[PktIoReg::RX_CONTROL] = m_Registers[PktIoReg::RX_CONTROL] & ~RELEASE_BIT;
 }
 
 void PacketPort::deliver(uint8_t tsi, const uint8_t* packet)
 {
     Record record{uint32_t{tsi} << TSI_SHIFT};
     std::memcpy(&record[1], packet, Ts::TS_SIZE);
-    if (m_Waiting.size() < REGISTER_QUEUE)
+    const bool full = m_Waiting.size() == REGISTER_QUEUE;
+    if (!full)
         m_Waiting.push_back(record);
+    m_RegisterLosses.count(full && m_Receiving);
     m_Bytes += sizeof record;
     if (!m_Stream)
         return;
@@ -79,10 +100,12 @@ std::vector<std::string> PacketPort::losses(Clock::time_point now, bool everythi
 {
     const bool read = (m_StreamLosses.lostInRound() || m_StreamLosses.hasToTell()) && streamIsRead();
     m_StreamLosses.endRound(read && m_ReadAtFirstLoss, now);
+    m_RegisterLosses.endRound(m_Receiving, now);
     std::vector<std::string> reports;
     // What a capture missed is told when it ends.
-    if (std::string report = m_StreamLosses.report(now, everything || !read); !report.empty())
-        reports.push_back(std::move(report));
+    for (const auto& [losses, capturing] : {std::pair(&m_StreamLosses, read), {&m_RegisterLosses, m_Receiving}})
+        if (std::string report = losses->report(now, everything || !capturing); !report.empty())
+            reports.push_back(std::move(report));
     return reports;
 }
 
@@ -90,27 +113,22 @@ std::vector<std::string> PacketPort::losses(Clock::time_point now, bool everythi
 void PacketPort::reset()
 {
     m_Waiting.clear();
-    m_Registers[PktIoReg::RX_STATUS] = 0;
+    show();
     Record record{};
     while (m_Stream && ::read(*m_Stream, record.data(), sizeof record) > 0)
         continue;
 }
 
-bool PacketPort::serve(Clock::time_point now, const std::function<void(const Record&)>& send)
+bool PacketPort::serve(const std::function<void(const Record&)>& send)
 {
     bool busy = false;
     if ((m_Registers[PktIoReg::RX_CONTROL] & RELEASE_BIT) != 0) {
-        m_Registers[PktIoReg::RX_STATUS] = 0;
-        m_Registers[PktIoReg::RX_CONTROL] = m_Registers[PktIoReg::RX_CONTROL] & ~RELEASE_BIT;
-        m_Released = now;
+        release();
         busy = true;
     }
-    if (m_Registers[PktIoReg::RX_STATUS] == 0 && !m_Waiting.empty() && now - m_Released >= RELEASE_TIME) {
-        present();
-        busy = true;
-    }
+    if (!m_Shown)
+        show();
     if (m_Registers[PktIoReg::TX_CONTROL] != 0) {
-        m_Registers[PktIoReg::TX_STATUS] = 0;
         Record record{m_Registers[PktIoReg::TX_HEADER]};
         for (uint32_t i = 0; i < PktIoReg::TS_WORDS; ++i)
             record[1 + i] = m_Registers[PktIoReg::TX_DATA + i];
@@ -118,8 +136,6 @@ bool PacketPort::serve(Clock::time_point now, const std::function<void(const Rec
         send(record);
         busy = true;
     }
-    if (m_Registers[PktIoReg::TX_STATUS] == 0)
-        m_Registers[PktIoReg::TX_STATUS] = 1;
     if (m_Registers[PktIoReg::RESET] != 0)
         reset();
     return busy;

@@ -22,9 +22,6 @@ public:
     using Record = std::array<uint32_t, Drivers::Zeb::PktIODriver::TOTAL_PKT_SIZE / sizeof(uint32_t)>;
     using Clock = std::chrono::steady_clock;
 
-    /// How long a released packet stays in the registers before the next takes its place. Memory tells nobody of an
-    /// access at the time it is made: a fast reader may have begun to take the packet again, and must find it whole.
-    static constexpr std::chrono::milliseconds RELEASE_TIME{2};
     static constexpr std::size_t REGISTER_QUEUE = 256; ///< packets that wait for the registers; newer ones are lost
 
     /// `registers` are the port's words and must outlive it. `stream` is the stream device's other end, open for both
@@ -34,9 +31,13 @@ public:
     /// Hands over the 188 bytes at `packet`. What the processor does not take in time is lost.
     void deliver(uint8_t tsi, const uint8_t* packet);
 
-    /// Does what the registers ask for at `now`: releases a packet that was taken, sends one that was loaded, resets.
-    /// Returns whether there was anything to do.
-    bool serve(Clock::time_point now, const std::function<void(const Record&)>& send);
+    /// Says whether somebody receives, or sends, by the registers, whose every step serve() will follow: until then
+    /// they show no packet, and the port is not free.
+    void setUsers(bool receiving, bool sending);
+
+    /// Does what the registers ask for: releases a packet that was taken, sends one that was loaded, resets. Returns
+    /// whether there was anything to do.
+    bool serve(const std::function<void(const Record&)>& send);
 
     uint64_t bytes() const { return m_Bytes; } ///< in the records that the port had for the processor
 
@@ -44,7 +45,8 @@ public:
     std::vector<std::string> losses(Clock::time_point now, bool everything);
 
 private:
-    void present();
+    void show();
+    void release();
     void reset();
     bool toStream(const Record& record);
     bool streamIsRead();
@@ -55,7 +57,10 @@ private:
     LossMeter m_StreamLosses{"packet port"};
     bool m_ReadAtFirstLoss = false; ///< of this round
     std::deque<Record> m_Waiting;
-    Clock::time_point m_Released{}; ///< when the last packet was; the epoch: never
+    LossMeter m_RegisterLosses{"packet port's registers"};
+    bool m_Receiving = false;
+    bool m_Sending = false;
+    bool m_Shown = false; ///< the first of those that wait
     uint64_t m_Bytes = 0;
 };
 

@@ -28,7 +28,7 @@ protected:
     }
     void serve()
     {
-        m_Port->serve(m_Now, [this](const PacketPort::Record& record) { m_Sent.push_back(record); });
+        m_Port->serve([this](const PacketPort::Record& record) { m_Sent.push_back(record); });
     }
     void deliver(uint8_t mark) { m_Port->deliver(7, Packet().mark(mark).bytes.data()); }
 
@@ -41,7 +41,7 @@ protected:
 
 } // namespace
 
-TEST_F(PacketPortTest, RegistersShowOnePacketUntilItIsReleasedAndAWhileLonger)
+TEST_F(PacketPortTest, RegistersShowEachPacketToAReceiverUntilItIsReleased)
 {
     const auto expectShown = [this](uint32_t status, uint8_t mark) {
         serve();
@@ -50,20 +50,25 @@ TEST_F(PacketPortTest, RegistersShowOnePacketUntilItIsReleasedAndAWhileLonger)
     };
     deliver(1);
     deliver(2);
-    expectShown(1, 1);
+    expectShown(0, 0);
+    for (int receiver = 0; receiver < 2; ++receiver) { // the first one leaves the packet to the second
+        m_Port->setUsers(true, false);
+        expectShown(1, 1);
+        m_Port->setUsers(false, false);
+        expectShown(0, 1);
+    }
+    m_Port->setUsers(true, false);
     EXPECT_EQ(m_Words[20], 0x07000000U);
     EXPECT_EQ(m_Words[64], 0x10000147U);
-    expectShown(1, 1);
     m_Words[17] = 0x31;
-    expectShown(0, 1); // whole for a reader that saw the status before ...
-    EXPECT_EQ(m_Words[17], 0x30U);
-    m_Words[17] = 1; // ... and releases it again
-    m_Now += PacketPort::RELEASE_TIME / 2;
-    expectShown(0, 1);
-    m_Now += PacketPort::RELEASE_TIME / 2;
-    expectShown(0, 1);
-    m_Now += PacketPort::RELEASE_TIME / 2;
     expectShown(1, 2);
+    EXPECT_EQ(m_Words[17], 0x30U);
+    m_Words[17] = 1;
+    expectShown(0, 2);
+    m_Words[17] = 1; // nothing is there to be released
+    expectShown(0, 2);
+    deliver(3);
+    expectShown(1, 3);
 }
 
 TEST_F(PacketPortTest, StreamHasWholeRecordsAndWhatAReaderMissesIsTold)
@@ -90,6 +95,8 @@ TEST_F(PacketPortTest, StreamHasWholeRecordsAndWhatAReaderMissesIsTold)
 
 TEST_F(PacketPortTest, SendsWhatWasLoadedOnce)
 {
+    EXPECT_EQ(m_Words[32], 0U);
+    m_Port->setUsers(false, true);
     EXPECT_EQ(m_Words[32], 1U);
     m_Words[36] = 0xC0000005;
     m_Words[128] = 0x47;
@@ -108,6 +115,7 @@ TEST_F(PacketPortTest, SendsWhatWasLoadedOnce)
 
 TEST_F(PacketPortTest, ResetForgetsWhatNobodyTook)
 {
+    m_Port->setUsers(true, false);
     deliver(1);
     deliver(2);
     serve();

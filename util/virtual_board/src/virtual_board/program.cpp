@@ -58,7 +58,8 @@ constexpr std::string_view USAGE =
 
 void onChildsEnd(int) {}
 
-/// Lets the end of the command interrupt the board's sleep, and nothing else that it does.
+/// Lets what happens to a child, or to a process that is followed, interrupt the board's sleep, and nothing else that
+/// it does.
 void preferSleepToBeInterrupted()
 {
     std::signal(SIGCHLD, onChildsEnd);
@@ -88,6 +89,15 @@ std::string messageFile(const Settings& settings)
     return (settings.folder / std::filesystem::path(MESSAGES_PATH).relative_path()).string();
 }
 
+/// Whether the child has ended, and how. It may also have stopped, where the board follows what it does.
+bool hasEnded(pid_t child, int& status)
+{
+    siginfo_t info = {};
+    ::waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOHANG | WNOWAIT);
+    const bool ended = info.si_pid == child && info.si_code != CLD_TRAPPED && info.si_code != CLD_STOPPED;
+    return ended && ::waitpid(child, &status, WNOHANG) == child;
+}
+
 /// Runs the command with the board at work behind it; ends with the command and its status.
 int runOnBoard(const Settings& settings)
 {
@@ -105,7 +115,7 @@ int runOnBoard(const Settings& settings)
     if (settings.pace != Feed::Pace::FAST)
         keepTimeOnABusyMachine();
     int status = 0;
-    board.run([child, &status] { return ::waitpid(child, &status, WNOHANG) == child; });
+    board.run([child, &status] { return hasEnded(child, status); });
     return exitStatus(status);
 }
 
@@ -124,6 +134,7 @@ int serveUsers(const Settings& settings)
     ::dup2(*nowhere, STDIN_FILENO);
     ::dup2(*nowhere, STDOUT_FILENO);
     std::filesystem::current_path("/");
+    preferSleepToBeInterrupted();
     if (settings.pace != Feed::Pace::FAST)
         keepTimeOnABusyMachine();
     std::optional<LinuxCppUtil::FileLock> going;
