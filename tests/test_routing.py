@@ -149,11 +149,14 @@ def test_fast_feed_goes_once_and_whole(tmp_path):
     assert feed(tmp_path / "board", write(tmp_path / "a=b.ts", sent), until_left(len(sent)), "--fast") == sent
 
 
-def test_paced_feed_loops_without_a_seam(tmp_path):
-    sent = ts.made_up(2998, ticks=2700)  # 0.3 s
+@pytest.mark.parametrize("ticks, speed", [(2700, 1), (54000, 20)])
+def test_paced_feed_loops_without_a_seam(tmp_path, ticks, speed):
+    sent = ts.made_up(2998, ticks=ticks)  # 0.3 s, or 6 s that take as long
     begun = time.monotonic()
-    came = feed(tmp_path / "board", write(tmp_path / "sent.ts", sent), until_left(6000))
-    assert 6000 <= len(came) < (time.monotonic() - begun) * 27e6 / 2700 + 10, "some were not due yet"
+    came = feed(tmp_path / "board", write(tmp_path / "sent.ts", sent), until_left(6000), "--speed", str(speed))
+    seconds, due = time.monotonic() - begun, 27e6 / ticks * speed
+    assert 6000 <= len(came) < seconds * due + 10, "some were not due yet"
+    assert seconds < 6000 / due * 20, "time does not run faster"
     start = sent.index(next(packet for packet in sent if packet.data[-170:] == came[0].data[-170:]))
     assert [packet.data[-170:] for packet in came] == [
         sent[(start + index) % len(sent)].data[-170:] for index in range(len(came))
@@ -163,7 +166,15 @@ def test_paced_feed_loops_without_a_seam(tmp_path):
         assert all((after - before) % 16 == 1 for before, after in zip(counters, counters[1:]))
     pcrs = [(index, packet.pcr) for index, packet in enumerate(came) if packet.pcr is not None]
     for (index, pcr), (next_index, next_pcr) in zip(pcrs, pcrs[1:]):
-        assert abs(next_pcr - pcr - 2700 * (next_index - index)) < 2700
+        assert abs(next_pcr - pcr - ticks * (next_index - index)) < ticks
+
+
+def test_speed_that_cannot_be_held_is_told(tmp_path):
+    script = "until [ -s /dev/zebtsif_complaints ]; do sleep 0.01; done; head -n 1 /dev/zebtsif_complaints"
+    feeding = ["--feed", f"tuner0={write(tmp_path / 'sent.ts', ts.made_up(2998, ticks=27))}", "--speed", "10000"]
+    result = run_bare(LAUNCHER, "run", *feeding, "--", "sh", "-c", script, complaints=True)
+    held = re.fullmatch(r"speed 10000 cannot be held: a feed ran at (\d+\.\d\d)\n", result.out)[1]
+    assert 0 < float(held) < 10000
 
 
 @pytest.mark.parametrize(
@@ -175,6 +186,7 @@ def test_paced_feed_loops_without_a_seam(tmp_path):
         ("tuner0={tmp}/pipe", "{tmp}/pipe cannot be fed: it is not a file"),
         ("tuner22={tmp}/text", "unknown input \"tuner22\"; expected one of cam0, cam1, "),
         ("scm0={tmp}/text --feed scm0={tmp}/text", "scm0 is fed already"),
+        ("scm0={tmp}/text --speed 0", "--speed 0: expected a number from 0.01 to 10000"),
     ],
 )
 def test_unusable_feed(tmp_path, argument, message):

@@ -19,7 +19,6 @@
 
 namespace Osl::VirtualBoard {
 
-using namespace std::chrono_literals;
 using namespace Ts::Streaming;
 using Ts::TS_SIZE;
 
@@ -29,8 +28,6 @@ constexpr std::size_t BUFFER_PACKETS = 128;
 constexpr std::size_t ENOUGH_WAITING = 256; ///< packets
 /// A longer pause between two packets is none that a stream has: its time stamps jump there.
 constexpr uint64_t MAX_PACKET_TICKS = Ts::PCR_TICKS_PER_SECOND / 10;
-/// After a longer delay of the whole board a feed does not try to catch up.
-constexpr auto MAX_LATENESS = 500ms;
 
 LinuxCppUtil::UniqueFD openFeed(const std::string& file)
 {
@@ -131,13 +128,15 @@ void Feed::fill()
     }
 }
 
-bool Feed::serve(Clock::time_point now)
+bool Feed::serve(Clock::time_point now, Clock::duration maxLateness)
 {
     if (!std::exchange(m_Started, true))
         m_Origin = now;
     fill();
-    if (nextDue() < now - MAX_LATENESS)
-        m_Origin += now - nextDue();
+    if (const Clock::duration late = nextDue() < now ? now - nextDue() : Clock::duration::zero(); late > maxLateness) {
+        m_Origin += late;
+        m_Lost += late;
+    }
     bool busy = false;
     // Not more than was there, so that others have their turn.
     for (std::size_t left = m_Packets.size(); left > 0 && nextDue() <= now; --left) {

@@ -31,8 +31,11 @@ public:
     /// packets.
     Feed(const std::string& file, Pace pace, Deliver deliver, Complain complain);
 
-    /// Delivers what is due at `now`. Returns whether anything was.
-    bool serve(Clock::time_point now);
+    /// Delivers what is due at `now`. Returns whether anything was. What is later than `maxLateness` is not caught up
+    /// with: the rest of the feed is late by as much.
+    bool serve(Clock::time_point now, Clock::duration maxLateness);
+
+    Clock::duration lost() const { return m_Lost; } ///< time that was not caught up with
 
     /// When the next packet is due; Clock::time_point::max() when nothing more comes.
     Clock::time_point nextDue() const;
@@ -59,6 +62,7 @@ private:
     std::vector<uint32_t> m_Buffer; ///< words, for alignment
     std::deque<Packet> m_Packets;
     Clock::time_point m_Origin;
+    Clock::duration m_Lost{};
     int64_t m_NextTicks = 0; ///< after m_Origin, of the next segment
     bool m_Started = false;
     // Behind what the writer schedules into, since it does that at its end as well.

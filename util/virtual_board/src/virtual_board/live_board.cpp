@@ -42,6 +42,9 @@ constexpr auto ASLEEP = 20ms; ///< when nothing has happened for WAKEFULNESS; mo
 constexpr auto ATTENTION = 50ms;
 constexpr auto WAKEFULNESS = 1s;
 constexpr auto HOUSEKEEPING = 20ms;
+constexpr auto SPEED_CHECKS = 1s;
+/// After a longer delay of the whole board its feeds do not try to catch up.
+constexpr auto MAX_LATENESS = 500ms;
 
 constexpr int RX_PIPE_BYTES = 1 << 20;
 
@@ -107,7 +110,8 @@ LiveBoard::LiveBoard(const Settings& settings)
           [this](const std::string& what) { complain(what); }),
       m_RxCounter(placeOf(m_Root, Zeb::PKTIO_RX_BYTES_ATTRIBUTE)),
       m_Pace(settings.pace),
-      m_Watch(watchedFiles(m_Root))
+      m_Watch(watchedFiles(m_Root)),
+      m_Time(settings.speed)
 {
     m_TablesTouched = Clock::now();
     openChannels();
@@ -208,7 +212,7 @@ bool LiveBoard::serveFeeds()
     for (const FedInput& input : m_Feeds) {
         // What goes only once waits until it is wanted.
         if (m_Pace == Feed::Pace::PCR || tsiOf(input.phyIIdx))
-            busy |= input.feed->serve(m_Now);
+            busy |= input.feed->serve(m_BoardNow, m_Time.at(m_Now) - m_Time.at(m_Now - MAX_LATENESS));
     }
     return busy;
 }
@@ -271,7 +275,7 @@ bool LiveBoard::serve()
     if (busy)
         m_TablesTouched = m_Now;
     for (const Channel& channel : m_Channels)
-        busy |= channel.channel && channel.channel->serve(m_Now);
+        busy |= channel.channel && channel.channel->serve(m_BoardNow);
     busy |= servePort();
     busy |= serveIpInputs();
     if (m_Watch.wasClosed(m_IoBlock.file()))
@@ -298,6 +302,22 @@ void LiveBoard::showCounters()
     m_RxCounter.show(m_Port.bytes());
 }
 
+/// At its own speed a board may stand still for a while, with the machine. At another one it was asked for too much.
+void LiveBoard::checkSpeed()
+{
+    if (m_Time.speed() == 1 || m_Now - m_SpeedChecked < SPEED_CHECKS)
+        return;
+    Clock::duration lost{};
+    for (const FedInput& input : m_Feeds)
+        lost = std::max(lost, input.feed->lost());
+    const Clock::duration passed = m_BoardNow - m_Time.at(m_SpeedChecked);
+    if (lost != m_FeedTimeLost)
+        complain(fmt::format("speed {} cannot be held: a feed ran at {:.2f}", m_Time.speed(),
+                             m_Time.speed() * std::max(0.0, 1 - (lost - m_FeedTimeLost) / (1.0 * passed))));
+    m_FeedTimeLost = lost;
+    m_SpeedChecked = m_Now;
+}
+
 void LiveBoard::checkIpLut()
 {
     const std::string fault = m_IpLut.fault();
@@ -316,7 +336,8 @@ void LiveBoard::keepHouse(bool atEnd)
             m_TablesChecked = m_Now;
         }
     }
-    m_Outputs.update(m_Now);
+    m_Outputs.update(m_BoardNow);
+    checkSpeed();
     for (const std::string& loss : m_Port.losses(m_Now, atEnd))
         complain(loss);
     showCounters();
@@ -348,12 +369,12 @@ void LiveBoard::sleepUntilNeeded()
         if (channel.channel->wantsData() && !channel.channel->ended())
             watch(channel.channel->descriptor());
         if (channel.channel->hasPackets())
-            span = std::min(span, channel.channel->nextDue() - Clock::now());
+            span = std::min(span, m_Time.machineTimeAt(channel.channel->nextDue()) - Clock::now());
     }
     if (m_Pace == Feed::Pace::PCR)
         for (const FedInput& input : m_Feeds)
             if (input.feed->nextDue() != Clock::time_point::max())
-                span = std::min(span, input.feed->nextDue() - Clock::now());
+                span = std::min(span, m_Time.machineTimeAt(input.feed->nextDue()) - Clock::now());
     if (span <= Clock::duration::zero())
         return;
     const auto nanoseconds = std::chrono::duration_cast<std::chrono::nanoseconds>(span).count(); // far below a second
@@ -366,6 +387,7 @@ void LiveBoard::sleepUntilNeeded()
 void LiveBoard::writeOut()
 {
     m_Now = Clock::now();
+    m_BoardNow = m_Time.at(m_Now);
     m_IpLut.followBank();
     endIpLutFilling();
     keepHouse(true);
@@ -376,6 +398,7 @@ void LiveBoard::run(const std::function<bool()>& ended, int sign)
     m_Sign = sign;
     while (!ended()) {
         m_Now = Clock::now();
+        m_BoardNow = m_Time.at(m_Now);
         const bool busy = serve();
         if (busy)
             m_LastWork = m_Now;

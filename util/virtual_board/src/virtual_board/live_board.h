@@ -1,6 +1,7 @@
 #pragma once
 
 #include "virtual_board/active_ip_lut.h"
+#include "virtual_board/board_time.h"
 #include "virtual_board/byte_counter.h"
 #include "virtual_board/device_memory.h"
 #include "virtual_board/device_users.h"
@@ -67,6 +68,7 @@ private:
     void checkIpLut();
     void keepHouse(bool atEnd = false);
     void showCounters();
+    void checkSpeed();
     Clock::duration longestSleep() const;
     void sleepUntilNeeded();
     void route(uint32_t header, const uint8_t* packet);
@@ -76,7 +78,7 @@ private:
     std::optional<uint8_t> tsiOf(uint32_t phyIIdx) const;
 
     void toCpu(uint8_t tsi, const uint8_t* packet) override { m_Port.deliver(tsi, packet); }
-    void toOutput(uint8_t tso, const uint8_t* packet) override { m_Outputs.send(tso, packet, m_Now); }
+    void toOutput(uint8_t tso, const uint8_t* packet) override { m_Outputs.send(tso, packet, m_BoardNow); }
     void complain(const std::string& what) override;
 
     std::filesystem::path m_Root;
@@ -102,7 +104,11 @@ private:
     Clock::time_point m_TablesChecked;
     std::string m_IpLutFault;                 ///< that was reported
     std::set<uint32_t> m_DesignatorsReported; ///< headers with unknown ones
+    BoardTime m_Time;
     Clock::time_point m_Now;
+    Clock::time_point m_BoardNow;
+    Clock::duration m_FeedTimeLost{}; ///< which was reported
+    Clock::time_point m_SpeedChecked;
     Clock::time_point m_LastWork;
     Clock::time_point m_NextHousekeeping;
 };

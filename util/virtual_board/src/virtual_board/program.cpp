@@ -54,6 +54,7 @@ constexpr std::string_view USAGE =
     "  --bridge the same on the device \"board\"\n"
     "  --log    write messages to dev/zebtsif_messages, not to standard error\n"
     "  --feed   feed a TS file into a physical input, in a loop, in real time\n"
+    "  --speed  run feeds, TX channels and RTP time stamps this many times as fast\n"
     "  --fast   feed files once, as fast as possible, as soon as their input is mapped\n";
 
 void onChildsEnd(int) {}

@@ -6,6 +6,7 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
+#include <charconv>
 #include <string_view>
 
 namespace Osl::VirtualBoard {
@@ -42,6 +43,18 @@ FeedSettings readFeed(const std::string& argument, const std::vector<FeedSetting
     return {.phyIIdx = found->second, .port = port, .file = argument.substr(separator + 1)};
 }
 
+double readSpeed(std::string_view argument)
+{
+    constexpr double LEAST = 0.01;
+    constexpr double MOST = 10'000;
+    double speed = 0;
+    const auto [rest, error] = std::from_chars(argument.data(), argument.data() + argument.size(), speed);
+    if (error != std::errc() || rest != argument.data() + argument.size() || !(speed >= LEAST && speed <= MOST))
+        OSL_RAISE(InvalidArgumentError,
+                  fmt::format("--speed {}: expected a number from {} to {}", argument, LEAST, MOST));
+    return speed;
+}
+
 } // namespace
 
 std::size_t readOptions(std::span<char* const> arguments, Settings& settings)
@@ -57,6 +70,8 @@ std::size_t readOptions(std::span<char* const> arguments, Settings& settings)
             settings.pace = Feed::Pace::FAST;
         else if (option == "--log")
             settings.messages = Messages::IN_FILE;
+        else if (option == "--speed" && at + 1 < arguments.size())
+            settings.speed = readSpeed(arguments[++at]);
         else if (option == "--feed" && at + 1 < arguments.size())
             settings.feeds.push_back(readFeed(arguments[++at], settings.feeds));
         else
@@ -87,6 +102,8 @@ std::vector<std::string> featuresOf(const Settings& settings)
         features.emplace_back("--bridge");
     if (settings.pace == Feed::Pace::FAST)
         features.emplace_back("--fast");
+    if (settings.speed != 1)
+        features.push_back(fmt::format("--speed {}", settings.speed));
     for (const FeedSettings& feed : settings.feeds)
         features.push_back(fmt::format("--feed {}={}", feed.port, fs::absolute(feed.file).lexically_normal().string()));
     return features;

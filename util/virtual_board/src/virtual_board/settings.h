@@ -28,6 +28,7 @@ struct Settings
     std::filesystem::path folder{};
     Network network = Network::NONE;
     Feed::Pace pace = Feed::Pace::PCR;
+    double speed = 1; ///< of the board's time
     std::vector<FeedSettings> feeds{};
     Messages messages = Messages::ON_STANDARD_ERROR;
     char** command = nullptr; ///< empty: none
