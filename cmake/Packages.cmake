@@ -2,8 +2,6 @@
 if(CMAKE_CROSSCOMPILING)
     # Debian's package files describe the build machine, and refuse a board of another word size; the headers serve any.
     add_library(cxxopts::cxxopts INTERFACE IMPORTED)
-    add_library(fmt::fmt-header-only INTERFACE IMPORTED)
-    target_compile_definitions(fmt::fmt-header-only INTERFACE FMT_HEADER_ONLY=1)
     add_library(spdlog::spdlog_header_only INTERFACE IMPORTED)
     target_compile_definitions(spdlog::spdlog_header_only INTERFACE SPDLOG_FMT_EXTERNAL)
     add_library(nlohmann_json::nlohmann_json INTERFACE IMPORTED)
@@ -16,9 +14,14 @@ else()
     find_package(spdlog 1.10 REQUIRED)
 endif()
 
-add_library(osl_fmt INTERFACE)
-# Debian's compiled library saves each source of a development build from compiling it again.
-target_link_libraries(osl_fmt INTERFACE $<IF:$<BOOL:${OSL_STATIC}>,fmt::fmt-header-only,fmt::fmt>)
+if(OSL_STATIC)
+    # From its headers, for any board, once: with FMT_HEADER_ONLY each source that formats a text compiles all of it.
+    add_library(osl_fmt STATIC ${CMAKE_CURRENT_LIST_DIR}/fmt_library.cpp)
+    target_link_libraries(osl_fmt PRIVATE osl_build_flags)
+else()
+    add_library(osl_fmt INTERFACE)
+    target_link_libraries(osl_fmt INTERFACE fmt::fmt)
+endif()
 
 # Decodes the tables of transport streams. Static everywhere, so that what is tested is what ships.
 add_library(osl_dvbpsi INTERFACE)

@@ -69,5 +69,5 @@ TEST(SerilizeableEntryTest, WordsAreThereFromTheStartAlsoInCopies)
     from.set(5);
     CountingEntry to = std::move(from);
     EXPECT_THAT(to.getWords(), ElementsAre(5));
-    from.serialize(); // NOLINT(bugprone-use-after-move): an entry keeps its words
+    from.serialize(); // NOLINT(*-use-after-move,*-cplusplus.Move): an entry keeps its words
 }

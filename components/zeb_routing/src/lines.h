@@ -1,8 +1,7 @@
 #pragma once
 
-#include <fmt/format.h>
+#include <osl/cpputils/append_format.h>
 
-#include <iterator>
 #include <string>
 #include <utility>
 
@@ -22,7 +21,7 @@ public:
     template <class... Args>
     void append(fmt::format_string<Args...> format, Args&&... args)
     {
-        fmt::format_to(std::back_inserter(m_Text), format, std::forward<Args>(args)...);
+        CppUtil::appendFormat(m_Text, format, std::forward<Args>(args)...);
     }
     template <class... Args>
     void end(fmt::format_string<Args...> format, Args&&... args)
@@ -31,10 +30,10 @@ public:
         m_Text.push_back('\n');
     }
 
-    std::string text() const { return fmt::to_string(m_Text); }
+    const std::string& text() const { return m_Text; }
 
 private:
-    fmt::memory_buffer m_Text;
+    std::string m_Text;
 };
 
 } // namespace Osl::ZebRouting

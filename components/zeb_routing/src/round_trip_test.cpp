@@ -36,7 +36,7 @@ void expectSameAfterAllForms(const Routing& facts)
 
 TEST(RoundTripTest, FactsAreTheSameAfterEveryForm)
 {
-    for (uint32_t seed = 0; seed < 60; ++seed) {
+    for (uint32_t seed = 0; seed < 20; ++seed) {
         SCOPED_TRACE(seed);
         const Routing facts = RandomRoutings(seed).routing();
         const Tables tables = compile(facts);
@@ -54,7 +54,7 @@ TEST(RoundTripTest, FactsAreTheSameAfterEveryForm)
 
 TEST(RoundTripTest, AnyWordsHaveFacts)
 {
-    for (uint32_t seed = 0; seed < 60; ++seed) {
+    for (uint32_t seed = 0; seed < 20; ++seed) {
         SCOPED_TRACE(seed);
         const Source source = Source::of(RandomRoutings(seed).rubbish());
         Routing facts = withoutUnwritable(source.routing);

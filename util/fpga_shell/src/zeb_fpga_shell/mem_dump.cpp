@@ -1,8 +1,7 @@
 #include "zeb_fpga_shell/mem_dump.h"
 
-#include <fmt/format.h>
+#include <osl/cpputils/append_format.h>
 
-#include <iterator>
 #include <string>
 
 namespace Osl::Utils {
@@ -16,7 +15,7 @@ void dumpWords(std::ostream& out, uint32_t firstOffset, const std::vector<Word>&
     for (std::size_t i = 0; i < words.size() && out; ++i) {
         if (i % WORDS_PER_LINE == 0)
             line = fmt::format("0x{:08x}:  ", firstOffset + static_cast<uint32_t>(i));
-        fmt::format_to(std::back_inserter(line), "0x{:0{}x} ", words[i], DIGITS);
+        CppUtil::appendFormat(line, "0x{:0{}x} ", words[i], DIGITS);
         if (i % WORDS_PER_LINE == WORDS_PER_LINE - 1) {
             out << line << std::endl;
             line.clear();

@@ -32,7 +32,7 @@ UniqueFD makeSocket()
 sockaddr_un addressIn(const UniqueFD& folder)
 {
     sockaddr_un address{.sun_family = AF_UNIX, .sun_path = {}};
-    fmt::format_to_n(address.sun_path, sizeof address.sun_path - 1, "/proc/self/fd/{}/{}", *folder, SOCKET);
+    fmt::format("/proc/self/fd/{}/{}", *folder, SOCKET).copy(address.sun_path, sizeof address.sun_path - 1);
     return address;
 }
 

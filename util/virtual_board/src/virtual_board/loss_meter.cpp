@@ -2,10 +2,10 @@
 
 #include <osl/ts_basics/tspacket.h>
 
-#include <fmt/chrono.h>
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 
 namespace Osl::VirtualBoard {
 
@@ -35,11 +35,13 @@ std::string LossMeter::report(Clock::time_point now, bool everything)
     const double seconds = std::max(SHORTEST, std::chrono::duration<double>(now - m_Begin)).count();
     constexpr double BITS_PER_PACKET = 8.0 * Ts::TS_SIZE;
     const Packets packets = std::exchange(m_Reported, {});
-    return fmt::format(
-        "{}: {} of {} packets lost from {:%H:%M:%S} on, in {:.2f} s at {:.2f} Mbit/s, since they were not "
-        "taken in time",
-        m_Way, packets.lost, packets.arrived, fmt::localtime(m_Moment), seconds,
-        static_cast<double>(packets.arrived) * BITS_PER_PACKET / seconds / 1e6);
+    std::tm moment{};
+    std::array<char, sizeof "hh:mm:ss"> time{};
+    std::strftime(time.data(), time.size(), "%H:%M:%S", localtime_r(&m_Moment, &moment));
+    return fmt::format("{}: {} of {} packets lost from {} on, in {:.2f} s at {:.2f} Mbit/s, since they were not "
+                       "taken in time",
+                       m_Way, packets.lost, packets.arrived, time.data(), seconds,
+                       static_cast<double>(packets.arrived) * BITS_PER_PACKET / seconds / 1e6);
 }
 
 } // namespace Osl::VirtualBoard

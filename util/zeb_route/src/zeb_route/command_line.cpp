@@ -1,5 +1,6 @@
 #include "zeb_route/command_line.h"
 
+#include <osl/cpputils/append_format.h>
 #include <osl/zeb_routing/nearest.h>
 
 #include <CLI/App.hpp>
@@ -8,7 +9,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <iterator>
 #include <memory>
 
 namespace Osl::ZebRoute {
@@ -60,7 +60,7 @@ std::string programHelp()
         "Shows, checks, compares, follows and changes the routing of a transport-stream headend board.\n\n"
         "Usage: zeb_route COMMAND [OPTION]... [WORD]...\n\nCommands:\n";
     for (const Command& command : commands())
-        fmt::format_to(std::back_inserter(text), "  {:<8} {}\n", command.name, command.summary);
+        CppUtil::appendFormat(text, "  {:<8} {}\n", command.name, command.summary);
     text += "\nSOURCE is `live` (the board; the default), or a file with a saved table image, statements or JSON; `-` "
             "is\nstandard input. `zeb_route COMMAND --help` explains a command.\n\n"
             "Exit status: 0 done, 1 where a command's help says so, 2 failed.\n";

@@ -2,6 +2,7 @@
 
 #include "zeb_route/board.h"
 
+#include <osl/cpputils/append_format.h>
 #include <osl/ts_basics/bit_rate.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/counters/packetcounters.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/tablelayout.h>
@@ -11,7 +12,6 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
-#include <iterator>
 #include <thread>
 
 namespace Osl::ZebRoute {
@@ -89,8 +89,8 @@ Measurement measure(Board& board, const Routing& routing, milliseconds interval,
 void appendText(std::string& text, const char* kind, const std::vector<Rate>& rates)
 {
     for (const Rate& rate : rates)
-        fmt::format_to(std::back_inserter(text), "{} {}: {}{}{}\n", kind, rate.index,
-                       Ts::bitRateText(rate.bitsPerSecond), rate.names.empty() ? "" : " ", fmt::join(rate.names, " "));
+        CppUtil::appendFormat(text, "{} {}: {}{}{}\n", kind, rate.index, Ts::bitRateText(rate.bitsPerSecond),
+                              rate.names.empty() ? "" : " ", fmt::join(rate.names, " "));
 }
 
 /// Names of ports and addresses need no escapes.
@@ -110,11 +110,11 @@ std::string jsonOf(const char* index, const std::vector<Rate>& rates)
 void appendPrometheus(std::string& text, const char* direction, const char* index, const std::vector<Rate>& rates)
 {
     const std::string metric = fmt::format("zeb_{}_bits_per_second", direction);
-    fmt::format_to(std::back_inserter(text), "# HELP {0} Bit rate of a transport-stream {1}.\n# TYPE {0} gauge\n",
-                   metric, direction);
+    CppUtil::appendFormat(text, "# HELP {0} Bit rate of a transport-stream {1}.\n# TYPE {0} gauge\n", metric,
+                          direction);
     for (const Rate& rate : rates)
-        fmt::format_to(std::back_inserter(text), "{}{{{}=\"{}\",names=\"{}\"}} {:.0f}\n", metric, index, rate.index,
-                       fmt::join(rate.names, " "), rate.bitsPerSecond);
+        CppUtil::appendFormat(text, "{}{{{}=\"{}\",names=\"{}\"}} {:.0f}\n", metric, index, rate.index,
+                              fmt::join(rate.names, " "), rate.bitsPerSecond);
 }
 
 int rates(const Settings& settings, Surroundings& around)

@@ -136,7 +136,7 @@ TEST_F(TableDriversTest, ClearingWritesEveryRowOfOneTableAndNothingElse)
             expected[table.bankWord] ^= 1;
         for (const uint32_t base : table.activeBase)
             for (uint32_t row = table.firstRow; row < table.rows; ++row)
-                std::copy(unused.begin(), unused.end(), expected.begin() + base + row * table.wordsPerRow);
+                std::copy(unused.begin(), unused.end(), expected.data() + base + std::size_t{row} * table.wordsPerRow);
         c.memory.log.clear();
         c.clear();
         EXPECT_EQ(c.memory.words, expected) << table.name;

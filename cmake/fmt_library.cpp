@@ -1,0 +1,15 @@
+// What fmt declares and leaves to its compiled library.
+#include <fmt/format-inl.h>
+
+FMT_BEGIN_NAMESPACE
+FMT_BEGIN_DETAIL_NAMESPACE
+
+template FMT_API auto dragonbox::to_decimal(float x) noexcept -> dragonbox::decimal_fp<float>;
+template FMT_API auto dragonbox::to_decimal(double x) noexcept -> dragonbox::decimal_fp<double>;
+template FMT_API locale_ref::locale_ref(const std::locale& loc);
+template FMT_API auto locale_ref::get<std::locale>() const -> std::locale;
+template FMT_API auto thousands_sep_impl(locale_ref) -> thousands_sep_result<char>;
+template FMT_API auto decimal_point_impl(locale_ref) -> char;
+
+FMT_END_DETAIL_NAMESPACE
+FMT_END_NAMESPACE
