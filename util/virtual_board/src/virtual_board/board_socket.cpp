@@ -72,7 +72,7 @@ BoardLocks::BoardLocks(const fs::path& folder) : path(folder / LOCK_FILE)
     file = LinuxCppUtil::ownFD(descriptor);
 }
 
-FileLock BoardLocks::comeOrGo(LinuxCppUtil::LockPatience patience) const
+FileLock BoardLocks::comeOrGo(const LinuxCppUtil::LockPatience& patience) const
 {
     return {*file, path, patience, LockKind::FILE};
 }
@@ -86,7 +86,7 @@ std::optional<FileLock> BoardLocks::tryComeOrGo() const
     }
 }
 
-FileLock BoardLocks::run(LinuxCppUtil::LockPatience patience) const
+FileLock BoardLocks::run(const LinuxCppUtil::LockPatience& patience) const
 {
     return {*file, path, patience, LockKind::RECORD};
 }

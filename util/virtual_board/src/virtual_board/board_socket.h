@@ -44,13 +44,13 @@ struct BoardLocks
 
     /// Held by who may find a board or start one, and by one that is about to end, so that nobody meets a board that
     /// will be gone. Raises LinuxCppUtil::LockError.
-    LinuxCppUtil::FileLock comeOrGo(LinuxCppUtil::LockPatience patience) const;
+    LinuxCppUtil::FileLock comeOrGo(const LinuxCppUtil::LockPatience& patience) const;
 
     /// The same at once; empty when somebody else has it.
     std::optional<LinuxCppUtil::FileLock> tryComeOrGo() const;
 
     /// Held by a board for its life. Raises LinuxCppUtil::LockError.
-    LinuxCppUtil::FileLock run(LinuxCppUtil::LockPatience patience) const;
+    LinuxCppUtil::FileLock run(const LinuxCppUtil::LockPatience& patience) const;
 
     std::string path;
     LinuxCppUtil::UniqueFD file;

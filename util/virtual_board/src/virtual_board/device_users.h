@@ -10,7 +10,7 @@ namespace Osl::VirtualBoard {
 /// A process, other than this one, that has a device open or mapped.
 struct DeviceUser
 {
-    pid_t process;
+    pid_t process = 0;
     uintptr_t mapping = 0;   ///< where; 0: it is not mapped
     bool holdsFlock = false; ///< on the device
     bool holdsRecordLock = false;
