@@ -95,10 +95,11 @@ std::size_t Agenda::toDo() const
     return pids;
 }
 
+/// A table that is found has its time from then on: one round more.
 Agenda::Duration Agenda::left() const
 {
     const std::size_t rows = std::max<std::size_t>(m_FreeRows, 1);
-    return m_Time * static_cast<Duration::rep>((toDo() + rows - 1) / rows);
+    return m_Time * static_cast<Duration::rep>((toDo() + rows - 1) / rows + 1);
 }
 
 } // namespace Osl::ZebRoute

@@ -40,13 +40,12 @@ public:
     /// It was listened to for so long.
     void listened(Duration duration);
 
+    bool isTable(uint16_t pid) const { return m_Tables[pid]; }
     bool wasListenedTo(uint16_t pid) const { return m_Listened[pid] >= m_Time || m_Left[pid]; }
     std::size_t toDo() const; ///< PIDs that were not listened to
     Duration left() const;    ///< that this takes, as far as it can be told
 
 private:
-    bool isTable(uint16_t pid) const { return m_Tables[pid]; }
-
     Scope m_Scope;
     Duration m_Time;
     std::size_t m_FreeRows;

@@ -142,7 +142,7 @@ private:
     bool m_IsEnough = false;
     bool m_HasLearnt = false;
     std::optional<std::vector<uint16_t>> m_TooLoud; ///< what is to be left at once
-    std::vector<uint16_t> m_Loud;                   ///< what was
+    std::vector<uint16_t> m_Loud;                   ///< tables that were
     std::map<uint16_t, PidCount> m_Counted;
 };
 
@@ -205,7 +205,7 @@ void LiveScan::take(const uint8_t* packet)
     const auto row = m_WithRows.find(pid);
     const bool isOurs = row == m_WithRows.end() || !row->second;
     if (isOurs && m_Loudness.isTooMuch(pid) && !m_TooLoud)
-        m_TooLoud = m_Loudness.loudest();
+        m_TooLoud = m_Loudness.takeLoudest([this](uint16_t loud) { return m_Agenda.isTable(loud); });
 }
 
 void LiveScan::takeWaiting()
@@ -228,7 +228,8 @@ void LiveScan::listen()
     m_Agenda.listened(now - begin);
     for (const uint16_t pid : m_TooLoud.value_or(std::vector<uint16_t>{})) {
         m_Agenda.leave(pid);
-        m_Loud.push_back(pid);
+        if (m_Agenda.isTable(pid)) // of others enough has come
+            m_Loud.push_back(pid);
     }
     if (std::exchange(m_HasLearnt, false))
         learn();
@@ -267,7 +268,7 @@ void LiveScan::addNotes(Ts::Contents& contents) const
     if (!m_Loud.empty()) {
         constexpr std::size_t NAMED = 8;
         const std::size_t more = m_Loud.size() - std::min(m_Loud.size(), NAMED);
-        add("loud", fmt::format("PIDs that were listened to only shortly, since they begin so many payload units: "
+        add("loud", fmt::format("tables that were listened to only shortly, since so much came of them: PID "
                                 "0x{:04x}{}",
                                 fmt::join(m_Loud.begin(), m_Loud.end() - static_cast<std::ptrdiff_t>(more), ", 0x"),
                                 more == 0 ? "" : fmt::format(" and {} more", more)));
@@ -286,6 +287,8 @@ Ts::Contents LiveScan::contents() const
     Ts::Contents contents = m_Listener.contents();
     const Source source = Source::of(m_Before);
     for (const auto& [pid, counted] : m_Counted) {
+        if (counted.packets == 0 && !contents.pids.contains(pid))
+            continue; // no null packets
         Ts::Traffic& traffic = contents.pids[pid];
         traffic.heard = true;
         if (counted.packets == 0 && traffic.packets != 0)

@@ -2,15 +2,15 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
-#include <utility>
+#include <tuple>
 #include <vector>
 
 namespace Osl::ZebRoute {
 
-/// Watches that what a scan lets through does not flood the processor.
+/// Watches that what a scan lets through does not flood the processor: 1 Mbit/s, and some more for a moment.
 class Loudness
 {
 public:
@@ -20,38 +20,56 @@ public:
     bool isTooMuch(uint16_t pid)
     {
         const Clock::time_point now = Clock::now();
-        if (now - m_Begin >= SPAN) {
-            m_Begin = now;
-            m_Packets.clear();
-            m_Total = 0;
-        }
+        m_Credit = std::min(MOST_AT_ONCE, m_Credit + allowedIn(now - m_Last)) - 1;
+        m_Last = now;
+        if (now - m_Begin >= std::chrono::seconds(1))
+            begin();
         ++m_Packets[pid];
-        return ++m_Total > MOST_PACKETS;
+        return m_Credit < 0;
     }
 
-    /// The loudest PIDs, as many as it takes that half of what is allowed is left.
-    std::vector<uint16_t> loudest() const
+    /// The PIDs without which half of what is allowed is left, the loudest first; tables only if they alone are too
+    /// much. Counts anew.
+    std::vector<uint16_t> takeLoudest(const std::function<bool(uint16_t pid)>& isTable)
     {
-        std::vector<std::pair<std::size_t, uint16_t>> byPackets;
-        for (const auto& [pid, packets] : m_Packets)
-            byPackets.emplace_back(packets, pid);
-        std::sort(byPackets.rbegin(), byPackets.rend());
-        std::vector<uint16_t> pids;
-        std::size_t left = m_Total;
-        for (auto at = byPackets.begin(); at != byPackets.end() && left > MOST_PACKETS / 2; ++at) {
-            pids.push_back(at->second);
-            left -= at->first;
+        const double allowed = allowedIn(Clock::now() - m_Begin);
+        std::vector<std::tuple<bool, double, uint16_t>> order;
+        double left = 0;
+        for (const auto& [pid, packets] : m_Packets) {
+            order.emplace_back(!isTable(pid), packets, pid);
+            left += packets;
         }
+        std::sort(order.rbegin(), order.rend());
+        std::vector<uint16_t> pids;
+        for (const auto& [isOther, packets, pid] : order) {
+            if (left <= (isOther ? allowed / 2 : allowed + MOST_AT_ONCE / 2))
+                break;
+            pids.push_back(pid);
+            left -= packets;
+        }
+        begin();
+        m_Credit = std::max(m_Credit, AFTER_CUT);
         return pids;
     }
 
 private:
-    static constexpr std::chrono::milliseconds SPAN{200};
-    static constexpr std::size_t MOST_PACKETS = 130; ///< in that time: 1 Mbit/s
+    // In packets.
+    static constexpr double PER_SECOND = 1e6 / (188 * 8);
+    static constexpr double MOST_AT_ONCE = 400;
+    static constexpr double AFTER_CUT = 100; ///< what is on its way comes still
 
-    Clock::time_point m_Begin{};
-    std::map<uint16_t, std::size_t> m_Packets; ///< since then
-    std::size_t m_Total = 0;
+    static double allowedIn(Clock::duration time) { return PER_SECOND * std::chrono::duration<double>(time).count(); }
+
+    void begin()
+    {
+        m_Begin = Clock::now();
+        m_Packets.clear();
+    }
+
+    Clock::time_point m_Begin = Clock::now();
+    std::map<uint16_t, double> m_Packets; ///< since then
+    Clock::time_point m_Last = m_Begin;
+    double m_Credit = MOST_AT_ONCE; ///< packets that may come at once
 };
 
 } // namespace Osl::ZebRoute

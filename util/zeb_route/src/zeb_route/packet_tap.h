@@ -1,6 +1,5 @@
 #pragma once
 
-#include <osl/linutils/file_lock.h>
 #include <osl/userspace_drivers/drivers/zeb/ts/receiveport.h>
 #include <osl/userspace_drivers/drivers/zeb/zeb_devices.h>
 #include <osl/userspace_drivers/interfaces/pci/pciif.h>
@@ -12,8 +11,8 @@
 
 namespace Osl::ZebRoute {
 
-/// What the board sends to the processor. Nobody else captures meanwhile, by neither way into the packet port; where
-/// somebody does already, LinuxCppUtil::LockError is raised.
+/// What the board sends to the processor, by the stream device. Nobody else takes packets there meanwhile; where
+/// somebody does already, LinuxCppUtil::LockError is raised. A capture by the port's registers has its own copies.
 class PacketTap
 {
 public:
@@ -32,7 +31,6 @@ private:
     std::function<bool()> m_Stopped;
     std::shared_ptr<Registers> m_Registers =
         std::make_shared<Registers>(Drivers::Zeb::PKTIO_DEVICE.path, Drivers::Zeb::PKTIO_DEVICE.mapSize, 0);
-    LinuxCppUtil::FileLock m_RegistersLock{m_Registers->descriptor(), Drivers::Zeb::PKTIO_DEVICE.path};
     Drivers::Zeb::ReceivePort m_Port;
     std::array<uint32_t, Drivers::Zeb::PktIODriver::TOTAL_PKT_SIZE / sizeof(uint32_t)> m_Record{};
 };
