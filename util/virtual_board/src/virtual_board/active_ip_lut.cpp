@@ -71,21 +71,22 @@ bool ActiveIpLut::use(const Table& table)
     return true;
 }
 
+bool ActiveIpLut::isSwitched() const { return IP_LUT.bankInUse(m_Block[IP_LUT.bankWord]) != m_Bank; }
+
 bool ActiveIpLut::followBank()
 {
-    const uint32_t bank = IP_LUT.bankInUse(m_Block[IP_LUT.bankWord]);
-    if (bank == m_Bank)
+    if (!isSwitched())
         return false;
-    m_Bank = bank;
+    m_Bank = 1 - m_Bank;
     return use(readTable());
 }
 
-bool ActiveIpLut::endFilling()
+bool ActiveIpLut::endFilling(bool alone)
 {
     if (followBank())
         return true;
     const Table shown = readTable();
-    if (faultOf(shown).empty())
+    if (faultOf(shown).empty() && (!alone || rowsOf(shown).empty()))
         return use(shown);
     for (uint32_t word = 0; word < m_Table.size(); ++word)
         m_Block[IP_LUT.rowOffset(0) + word] = m_Table[word];

@@ -29,13 +29,17 @@ public:
     /// Takes the table over when the bank was switched since the last call. Returns whether the rows changed.
     bool followBank();
 
+    /// Whether followBank() would take a table over.
+    bool isSwitched() const;
+
     /// Whether the address shows another table than the active one: somebody is filling the other bank, or gave up.
     bool isBeingFilled() const { return readTable() != m_Table; }
 
-    /// Once nobody fills the other bank any more: shows the active table again in place of a part of another. One that
-    /// is whole is taken for active, since two switches in a row, which followBank() can miss, look like none. Returns
-    /// whether the rows changed.
-    bool endFilling();
+    /// Once nobody fills the other bank any more: shows the active table again, if that is certain not to have been
+    /// switched. Two switches in a row, which followBank() can miss, look like none: what is whole is taken for active
+    /// unless only one process, `alone`, was there to switch; a table without a row even then, since who clears the
+    /// table switches twice. Returns whether the rows changed.
+    bool endFilling(bool alone);
 
     const std::vector<IpLutRow>& rows() const { return m_Rows; }
     /// What real hardware would choke on, "" when there is nothing.

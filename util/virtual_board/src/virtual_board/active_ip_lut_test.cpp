@@ -48,14 +48,18 @@ TEST_F(ActiveIpLutTest, ShowsTheActiveTableAgainInPlaceOfAPartOfAnother)
     fill({FIRST});
     ActiveIpLut lut(words.data());
     const auto active = words;
-    fill({SECOND, FIRST});
-    EXPECT_TRUE(lut.isBeingFilled());
-    EXPECT_FALSE(lut.endFilling());
-    EXPECT_EQ(words, active);
+    for (const auto& [rows, alone] : {std::pair(std::vector{SECOND, FIRST}, false), {std::vector{SECOND}, true}}) {
+        fill(rows);
+        EXPECT_TRUE(lut.isBeingFilled());
+        EXPECT_FALSE(lut.endFilling(alone));
+        EXPECT_EQ(words, active);
+    }
+    fill({});
+    EXPECT_TRUE(lut.endFilling(true)) << "cleared";
     for (const auto& whole : {std::vector{FIRST, SECOND}, {}}) {
         fill(whole);
         EXPECT_FALSE(lut.followBank());
-        EXPECT_TRUE(lut.endFilling()) << "after two switches";
+        EXPECT_TRUE(lut.endFilling(false)) << "after two switches";
         EXPECT_EQ(lut.rows().size(), whole.size());
         EXPECT_FALSE(lut.isBeingFilled());
     }

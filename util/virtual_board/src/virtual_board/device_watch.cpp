@@ -32,6 +32,8 @@ bool DeviceWatch::somethingHappened()
         for (std::size_t at = 0; std::cmp_less(at, count); at += sizeof event + event.len) {
             std::memcpy(&event, &events[at], sizeof event);
             m_Happened[m_Files[event.wd]] |= event.mask;
+            if ((event.mask & (IN_OPEN | IN_CLOSE)) != 0)
+                m_Last[m_Files[event.wd]] = event.mask;
         }
     }
     return !m_Happened.empty();
@@ -41,6 +43,11 @@ bool DeviceWatch::wasOpened(const std::filesystem::path& file) const
 {
     const auto found = m_Happened.find(file);
     return found != m_Happened.end() && (found->second & IN_OPEN) != 0;
+}
+
+bool DeviceWatch::wasOpenedLast(const std::filesystem::path& file) const
+{
+    return wasOpened(file) && (m_Last.at(file) & IN_OPEN) != 0;
 }
 
 bool DeviceWatch::wasClosed(const std::filesystem::path& file) const

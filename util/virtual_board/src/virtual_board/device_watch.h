@@ -25,6 +25,8 @@ public:
     /// it open cannot be counted from that: the system makes one event of two that are alike.
     bool wasOpened(const std::filesystem::path& file) const;
     bool wasClosed(const std::filesystem::path& file) const;
+    /// Whether it was opened, and not closed since.
+    bool wasOpenedLast(const std::filesystem::path& file) const;
 
     bool works() const { return m_Works; }
     int descriptor() const { return m_Notifications ? *m_Notifications : -1; } ///< readable when something happened
@@ -33,6 +35,7 @@ private:
     LinuxCppUtil::UniqueFD m_Notifications;
     std::map<int, std::string> m_Files;         ///< by the system's number of the watch
     std::map<std::string, uint32_t> m_Happened; ///< by file, what events
+    std::map<std::string, uint32_t> m_Last;     ///< by file, the last opening or closing among them
     bool m_Works = false;
 };
 

@@ -226,20 +226,41 @@ bool LiveBoard::serveIpInputs()
     return m_IpInput && m_IpInput->serve(m_Now);
 }
 
+std::size_t LiveBoard::countIpLutUsers() const
+{
+    std::size_t count = 0;
+    forEachUser(m_IoBlock.file(), m_UsersAre, [&count](const DeviceUser&) { return ++count < 2; });
+    return count;
+}
+
+/// A second user makes an event of its own, unless it opens the device before the first one's event is seen; then both
+/// are there to be counted, or nothing has been written yet.
+void LiveBoard::watchIpLutUsers()
+{
+    if (m_Watch.wasClosed(m_IoBlock.file()))
+        endIpLutFilling();
+    if (m_Watch.wasOpenedLast(m_IoBlock.file()))
+        m_IpLutUserAlone = !std::exchange(m_IpLutUsed, true) && !m_IpLut.isBeingFilled() && countIpLutUsers() == 1 &&
+                           !m_IpLut.isSwitched() && !m_IpLut.isBeingFilled();
+    else if (m_Watch.wasOpened(m_IoBlock.file()))
+        m_IpLutUserAlone = false;
+}
+
 /// Puts an end to a filling of the idle bank that nobody goes on with. Who does would hold the lock, as all that edits
 /// by commands does, or have the device open.
 void LiveBoard::endIpLutFilling()
 {
-    if (!m_IpLut.isBeingFilled() || ::flock(m_IoBlock.descriptor(), LOCK_EX | LOCK_NB) != 0)
-        return;
-    bool used = false;
-    forEachUser(m_IoBlock.file(), m_UsersAre, [&used](const DeviceUser&) {
-        used = true;
-        return false;
-    });
-    if (!used && m_IpLut.endFilling() && m_IpInput)
-        m_IpInput->tune(m_IpLut.rows());
-    ::flock(m_IoBlock.descriptor(), LOCK_UN);
+    if (m_IpLut.isBeingFilled()) {
+        if (::flock(m_IoBlock.descriptor(), LOCK_EX | LOCK_NB) != 0)
+            return;
+        const bool used = countIpLutUsers() != 0;
+        if (!used && m_IpLut.endFilling(m_IpLutUserAlone) && m_IpInput)
+            m_IpInput->tune(m_IpLut.rows());
+        ::flock(m_IoBlock.descriptor(), LOCK_UN);
+        if (used)
+            return;
+    }
+    m_IpLutUsed = m_IpLutUserAlone = false;
 }
 
 /// Says what people did to the devices' files. Their names need a look only when somebody was there.
@@ -278,8 +299,7 @@ bool LiveBoard::serve()
         busy |= channel.channel && channel.channel->serve(m_BoardNow);
     busy |= servePort();
     busy |= serveIpInputs();
-    if (m_Watch.wasClosed(m_IoBlock.file()))
-        endIpLutFilling();
+    watchIpLutUsers();
     busy |= serveFeeds();
     m_Outputs.sendDatagrams();
     return busy;

@@ -63,6 +63,8 @@ private:
     bool serveRegisters();
     bool serveFeeds();
     bool serveIpInputs();
+    void watchIpLutUsers();
+    std::size_t countIpLutUsers() const;
     void endIpLutFilling();
     void reportDamage(bool touched);
     void checkIpLut();
@@ -99,6 +101,8 @@ private:
     Feed::Pace m_Pace;
     std::vector<FedInput> m_Feeds;
     DeviceWatch m_Watch;
+    bool m_IpLutUsed = false;
+    bool m_IpLutUserAlone = false; ///< since the last time that the table was seen to be the active one
     int m_Sign = -1;
     Clock::time_point m_TablesTouched; ///< when somebody last had the chance to
     Clock::time_point m_TablesChecked;

@@ -29,17 +29,24 @@ PacketPort::PacketPort(volatile uint32_t* registers, LinuxCppUtil::UniqueFD stre
     : m_Registers(registers),
       m_Stream(std::move(stream))
 {
-    setUsers(false, false);
+    m_Registers[PktIoReg::RX_STATUS] = 0; // a board that was killed may have left them
+    m_Registers[PktIoReg::TX_STATUS] = 0;
     if (m_Stream)
         m_StreamWriter = reopen(m_Stream, O_WRONLY);
+}
+
+/// While there is nothing to tell, the word is anybody's.
+void PacketPort::setStatus(uint32_t word, bool before, bool now)
+{
+    if (before || now)
+        m_Registers[word] = now ? 1 : 0;
 }
 
 void PacketPort::setUsers(bool receiving, bool sending)
 {
     m_Receiving = receiving;
-    m_Sending = sending;
     show();
-    m_Registers[PktIoReg::TX_STATUS] = m_Sending ? 1 : 0;
+    setStatus(PktIoReg::TX_STATUS, std::exchange(m_Sending, sending), sending);
 }
 
 /// Shows the first packet that waits, if anybody is there to take it.
@@ -52,14 +59,15 @@ void PacketPort::show()
         for (uint32_t i = 0; i < PktIoReg::TS_WORDS; ++i)
             m_Registers[PktIoReg::RX_DATA + i] = record[1 + i];
     }
-    m_Shown = shown;
-    m_Registers[PktIoReg::RX_STATUS] = shown ? 1 : 0;
+    setStatus(PktIoReg::RX_STATUS, std::exchange(m_Shown, shown), shown);
 }
 
 void PacketPort::release()
 {
-    if (std::exchange(m_Shown, false))
+    if (m_Shown) {
         m_Waiting.pop_front();
+        setStatus(PktIoReg::RX_STATUS, std::exchange(m_Shown, false), false);
+    }
     m_Registers[PktIoReg::RX_CONTROL] = m_Registers[PktIoReg::RX_CONTROL] & ~RELEASE_BIT;
 }
 

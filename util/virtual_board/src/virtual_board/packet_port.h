@@ -45,6 +45,7 @@ public:
     std::vector<std::string> losses(Clock::time_point now, bool everything);
 
 private:
+    void setStatus(uint32_t word, bool before, bool now);
     void show();
     void release();
     void reset();
