@@ -75,7 +75,7 @@ def named_in(document):
 
 def test_a_scan_finds_what_is_in_the_stream_and_where_it_goes(routed, beside, stream):
     before = rows(routed)
-    done = beside("zeb_route scan 9 --time 300 --json")
+    done = beside("zeb_route scan 9 --time 500 --json")
     assert (done.status, done.err) == (0, ""), done
     assert rows(routed) == before
     found = json.loads(done.out)
@@ -96,9 +96,9 @@ def test_a_service_is_one_word_for_its_routes(routed, beside):
     before = rows(routed)
     added = routes("+", ("0x0102", "7"), ("0x0103", "57"), ("0x1001", "57"))
     note = "# note: what went by 9:* still goes there, too\n"
-    assert beside("zeb_route add --dry-run service 9:2 to 7").out.startswith(added + note)
+    assert beside("zeb_route add --time 10000 --dry-run service 9:2 to 7").out.startswith(added + note)
     assert rows(routed) == before
-    done = beside("for job in add add del; do zeb_route $job service 9:2 to 7; done; zeb_route del service 9:2")
+    done = beside("for job in add add del; do zeb_route $job service --time 10000 9:2 to 7; done; zeb_route del service 9:2")
     taken = routes("-", ("0x0102", "7"), ("0x0103", "7"), ("0x1001", "7"))
     rest = routes("-", ("0x0102", "6"), ("0x0103", "5"), ("0x1001", "5"))
     written = re.sub(r"# \d+ rows? written, 1 table switched, \d+ ms", "# done", done.out)
@@ -107,7 +107,7 @@ def test_a_service_is_one_word_for_its_routes(routed, beside):
 
 def test_what_another_service_shares_stays(routed, beside):
     assert routed.route("del", "route", "9:0x102").status == 0
-    done = beside("for job in 'add service 9:2' 'add service 9:3' 'del service 9:2'; do zeb_route $job to 7; done")
+    done = beside("for job in 'add service 9:2' 'add service 9:3' 'del service 9:2'; do zeb_route $job to 7 --time 10000; done")
     note = "# note: 9:0x0102 stays where it goes: service 3 needs it there\n# "
     assert routes("-", ("0x0103", "7"), ("0x1001", "7")) + note in done.out, done
 
@@ -119,15 +119,15 @@ def test_what_another_service_shares_stays(routed, beside):
         ("add service 9:1", "expected to and where the service goes"),
         ("add service 9 to 3", "a TSI and the number of a service, as 9:1001"),
         ("add service 9:1 to 3:0x200", "the PIDs of a service go as they are"),
-        ("add service 9:7 to 3", "TSI 9 has no service 7; it has 1, 2"),
-        ("add service 8:1 to 3", "no PAT came from TSI 8 within 100 ms"),
-        ("del service 9:1 to 7", "none of its PIDs is routed there"),
+        ("add service 9:7 to 3 --time 1000", "TSI 9 has no service 7; it has 1, 2"),
+        ("add service 8:1 to 3 --time 100", "no PAT came from TSI 8 within 100 ms"),
+        ("del service 9:1 to 7 --time 10000", "none of its PIDs is routed there"),
         ("scan 9 --backup /nosuch/file", "/nosuch/file"),
     ],
 )
 def test_what_cannot_be_is_said_and_nothing_stays(routed, beside, command, err):
     before = rows(routed)
-    done = beside(f"zeb_route {command} --time 100")
+    done = beside(f"zeb_route {command}")
     assert (done.status, done.out) == (2, "") and err in done.err, done
     assert rows(routed) == before
 

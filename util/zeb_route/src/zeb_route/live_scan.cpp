@@ -115,6 +115,7 @@ private:
     {
         hearLess({});
         m_Aim.clear();
+        m_TooLoud.reset();
     }
     void hearLess(const Copies& copies);
     void listen();
@@ -210,7 +211,7 @@ void LiveScan::take(const uint8_t* packet)
 
 void LiveScan::takeWaiting()
 {
-    while (const uint8_t* const packet = m_Tap.next(m_Task.tsi, false))
+    while (const uint8_t* const packet = m_TooLoud ? nullptr : m_Tap.next(m_Task.tsi, false))
         take(packet);
 }
 
@@ -219,14 +220,13 @@ void LiveScan::listen()
     const Clock::time_point begin = Clock::now();
     const Clock::duration round = m_Agenda.round();
     Clock::time_point now = begin;
-    m_TooLoud.reset();
     while (now - begin < round && !isOver() && !m_TooLoud && !(m_HasLearnt && now - begin >= SHORTEST_AIM)) {
         if (const uint8_t* const packet = m_Tap.next(m_Task.tsi, true))
             take(packet);
         now = Clock::now();
     }
     m_Agenda.listened(now - begin);
-    for (const uint16_t pid : m_TooLoud.value_or(std::vector<uint16_t>{})) {
+    for (const uint16_t pid : std::exchange(m_TooLoud, std::nullopt).value_or(std::vector<uint16_t>{})) {
         m_Agenda.leave(pid);
         if (m_Agenda.isTable(pid)) // of others enough has come
             m_Loud.push_back(pid);

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
-#include <tuple>
+#include <utility>
 #include <vector>
 
 namespace Osl::ZebRoute {
@@ -28,24 +28,27 @@ public:
         return m_Credit < 0;
     }
 
-    /// The PIDs without which half of what is allowed is left, the loudest first; tables only if they alone are too
-    /// much. Counts anew.
+    /// The PIDs to leave: those of which enough has come, and the loudest tables if tables alone are too much. Counts
+    /// anew.
     std::vector<uint16_t> takeLoudest(const std::function<bool(uint16_t pid)>& isTable)
     {
-        const double allowed = allowedIn(Clock::now() - m_Begin);
-        std::vector<std::tuple<bool, double, uint16_t>> order;
+        std::vector<uint16_t> pids;
+        std::vector<std::pair<double, uint16_t>> tables;
         double left = 0;
         for (const auto& [pid, packets] : m_Packets) {
-            order.emplace_back(!isTable(pid), packets, pid);
+            if (!isTable(pid) && packets >= ENOUGH) {
+                pids.push_back(pid);
+                continue;
+            }
             left += packets;
+            if (isTable(pid))
+                tables.emplace_back(packets, pid);
         }
-        std::sort(order.rbegin(), order.rend());
-        std::vector<uint16_t> pids;
-        for (const auto& [isOther, packets, pid] : order) {
-            if (left <= (isOther ? allowed / 2 : allowed + MOST_AT_ONCE / 2))
-                break;
-            pids.push_back(pid);
-            left -= packets;
+        const double allowed = allowedIn(Clock::now() - m_Begin) + MOST_AT_ONCE / 2;
+        std::sort(tables.rbegin(), tables.rend());
+        for (auto table = tables.begin(); table != tables.end() && left > allowed; ++table) {
+            pids.push_back(table->second);
+            left -= table->first;
         }
         begin();
         m_Credit = std::max(m_Credit, AFTER_CUT);
@@ -56,6 +59,7 @@ private:
     // In packets.
     static constexpr double PER_SECOND = 1e6 / (188 * 8);
     static constexpr double MOST_AT_ONCE = 400;
+    static constexpr double ENOUGH = 4;      ///< to see what the PID of no table is
     static constexpr double AFTER_CUT = 100; ///< what is on its way comes still
 
     static double allowedIn(Clock::duration time) { return PER_SECOND * std::chrono::duration<double>(time).count(); }
