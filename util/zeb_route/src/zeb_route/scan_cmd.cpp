@@ -93,7 +93,8 @@ const Command SCAN{.name = "scan",
                        "conditional access and those that no table names, with their rates, and, of an input "
                        "of the board, where each PID goes.\nFor some seconds rows that copy packets to the "
                        "processor come and go in the PID LUT, with four filters that nobody uses; no packet goes "
-                       "elsewhere than before, and in the end all is as it was. Captures are refused meanwhile.\n"
+                       "elsewhere than before, and in the end all is as it was. rdtspackets is refused meanwhile, unless it "
+                       "captures by the registers.\n"
                        "Ctrl-C ends it early; what came until then is printed. Exit status 1: the stream has "
                        "faults other than notes.",
                    .arguments = SCAN_ARGUMENTS,

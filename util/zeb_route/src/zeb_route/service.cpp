@@ -46,10 +46,10 @@ ServiceRequest readRequest(std::span<const std::string> words)
     const std::string key = words.size() > 1 ? words[1] : "";
     const std::size_t colon = key.find(':');
     const auto tsi = CppUtil::parseUint32(key.substr(0, colon));
-    const auto number = colon == std::string::npos ? std::nullopt : CppUtil::parseUint32(key.substr(colon + 1));
-    if (!tsi || *tsi > 255 || !number || *number > 0xFFFF || *number == 0)
+    const uint32_t number = colon == std::string::npos ? 0 : CppUtil::parseUint32(key.substr(colon + 1)).value_or(0);
+    if (!tsi || *tsi > 255 || number == 0 || number > 0xFFFF)
         refuse("a TSI and the number of a service, as 9:1001", key);
-    ServiceRequest request{static_cast<uint8_t>(*tsi), static_cast<uint16_t>(*number), {}};
+    ServiceRequest request{static_cast<uint8_t>(*tsi), static_cast<uint16_t>(number), {}};
     if (words.size() == 2)
         return request;
     const std::string rest = wordsFrom(words, 2);
