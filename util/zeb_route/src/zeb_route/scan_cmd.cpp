@@ -86,18 +86,18 @@ constexpr std::array SCAN_ARGUMENTS{
 
 } // namespace
 
-const Command SCAN{.name = "scan",
-                   .summary = "Say what is in a transport stream: services, PIDs, languages, faults",
-                   .details =
-                       "Names the services with their elementary streams, the other tables, the PIDs of "
-                       "conditional access and those that no table names, with their rates, and, of an input "
-                       "of the board, where each PID goes.\nFor some seconds rows that copy packets to the "
-                       "processor come and go in the PID LUT, with four filters that nobody uses; no packet goes "
-                       "elsewhere than before, and in the end all is as it was. rdtspackets is refused meanwhile, unless it "
-                       "captures by the registers.\n"
-                       "Ctrl-C ends it early; what came until then is printed. Exit status 1: the stream has "
-                       "faults other than notes.",
-                   .arguments = SCAN_ARGUMENTS,
-                   .run = &scan};
+const Command SCAN{
+    .name = "scan",
+    .summary = "Say what is in a transport stream: services, PIDs, languages, faults",
+    .details = "Names the services with their elementary streams, the other tables, the PIDs of "
+               "conditional access and those that no table names, with their rates, and, of an input "
+               "of the board, where each PID goes.\nFor some seconds rows that copy packets to the "
+               "processor come and go in the PID LUT, with four filters that nobody uses; no packet goes "
+               "elsewhere than before, and in the end all is as it was. rdtspackets is refused meanwhile, unless it "
+               "captures by the registers.\n"
+               "Ctrl-C ends it early; what came until then is printed. Exit status 1: the stream has "
+               "faults other than notes.",
+    .arguments = SCAN_ARGUMENTS,
+    .run = &scan};
 
 } // namespace Osl::ZebRoute
