@@ -116,7 +116,7 @@ INSTANTIATE_TEST_SUITE_P(
                     IP_LUT_SWITCH},
         BankedWrite{"clearIpInLut", [](FailingBoard& board) { TsIoDriver(borrowed(board.io)).clearIpInLut(true); },
                     2 * IP_LUT_SWITCH},
-        BankedWrite{"import", &import, 64 + IP_LUT_SWITCH + 256 + PID_LUT_SWITCH + 8192 + 256 + 1024},
+        BankedWrite{"import", &import, 64 + IP_LUT_SWITCH + 256 + PID_LUT_SWITCH + 8192 + 256 + 1024, 11},
         BankedWrite{"insertInScrambler",
                     [](FailingBoard& board) {
                         ScmDriver(board.scm).insert({5, 0, 1});
