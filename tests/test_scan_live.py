@@ -3,11 +3,12 @@
 import json
 import random
 import re
+import time
 
 import pytest
 
 from harness import ts
-from harness.board import rounds
+from harness.board import PIDLUT, rounds, wait_until
 
 ROUTING = """\
 output 3 modulator0
@@ -23,8 +24,8 @@ route 9:* to 5
 BESIDE = """set -m # so that the sender heeds an interrupt from the first
     zeb_fpga_shell wrtspackets -q -C 1 -i 9 -l -f {stream} >/dev/null & sender=$!
     set +m
-    {commands}
-    status=$?; exec 2>/dev/null; kill -INT $sender; wait $sender; exit $status"""
+    trap 'status=$?; exec 2>/dev/null; kill -INT $sender; wait $sender; exit $status' EXIT
+    {commands}"""
 
 # After the start of a scan: waits until its rows are there.
 LISTENING = "until zeb_route check | grep -q scan-rows || ! kill -0 $!; do :; done"
@@ -47,8 +48,18 @@ def routed(board, tmp_path):
 
 @pytest.fixture
 def beside(routed, stream):
-    """Runs commands while the stream comes in."""
-    return lambda commands: routed.sh(BESIDE.format(stream=stream, commands=commands))
+    """Runs commands while the stream comes in, from its start: not behind what an earlier sender has left."""
+
+    def is_quiet():
+        counter = routed.words(PIDLUT, 1024 + 9, 1)
+        time.sleep(0.03)
+        return routed.words(PIDLUT, 1024 + 9, 1) == counter
+
+    def run(commands):
+        wait_until(is_quiet)
+        return routed.sh(BESIDE.format(stream=stream, commands=commands))
+
+    return run
 
 
 def rows(board):
