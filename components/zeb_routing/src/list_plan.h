@@ -69,7 +69,7 @@ private:
     struct Entry ///< a present route's way into the O-PID MAP
     {
         Selector packets;
-        uint16_t head;
+        uint16_t head = 0;
     };
     struct Need
     {

@@ -83,8 +83,8 @@ public:
         }
         auto& ipLut = board.io.ipLut();
         for (uint32_t i = 0; i < 256; ++i) {
-            ipLut[2 * i] = i < 3 ? 0xEF010101 + i : 0;
-            ipLut[2 * i + 1] = i < 3 ? 1234U | below(10) << 16 | 1U << 24 : 0x00FFFFFF;
+            ipLut[2UL * i] = i < 3 ? 0xEF010101 + i : 0;
+            ipLut[2UL * i + 1] = i < 3 ? 1234U | below(10) << 16 | 1U << 24 : 0x00FFFFFF;
         }
     }
 

@@ -74,10 +74,10 @@ struct Argument
     /// What a completion offers for it.
     enum class Offer { NOTHING, FILES, SOURCES, PACKETS, INPUTS, OUTPUTS, STATEMENTS };
 
-    const char* name;  ///< "--json", or that of a group of words, "SOURCE"
-    const char* value; ///< what stands for its value in help texts; "" for a flag
-    Kind kind;
-    const char* help;
+    const char* name = "";  ///< "--json", or that of a group of words, "SOURCE"
+    const char* value = ""; ///< what stands for its value in help texts; "" for a flag
+    Kind kind = Kind::FLAG;
+    const char* help = "";
     Offer offer = Offer::NOTHING;
     // Where the value is put; the one that the kind says.
     bool Settings::*flag = nullptr;

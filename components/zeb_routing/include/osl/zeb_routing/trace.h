@@ -69,7 +69,7 @@ Selector parseTracePacket(std::string_view text);
 /// "TSO" or "TSO:PID"
 struct TsoPid
 {
-    uint8_t tso;
+    uint8_t tso = 0;
     std::optional<uint16_t> pid;
 };
 TsoPid parseTraceOutput(std::string_view text);
