@@ -27,7 +27,7 @@ bool DeviceWatch::somethingHappened()
 {
     alignas(inotify_event) std::array<char, 4096> events{};
     m_Happened.clear();
-    for (ssize_t count; m_Notifications && (count = ::read(*m_Notifications, events.data(), events.size())) > 0;) {
+    for (ssize_t count = 0; m_Notifications && (count = ::read(*m_Notifications, events.data(), events.size())) > 0;) {
         inotify_event event{};
         for (std::size_t at = 0; std::cmp_less(at, count); at += sizeof event + event.len) {
             std::memcpy(&event, &events[at], sizeof event);
