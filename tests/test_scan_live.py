@@ -48,7 +48,7 @@ def routed(board, tmp_path):
 
 @pytest.fixture
 def beside(routed, stream):
-    """Runs commands while the stream comes in, from its start: not behind what an earlier sender has left."""
+    """Runs commands while the stream comes in. Nothing of what a sender leaves comes later."""
 
     def is_quiet():
         counter = routed.words(PIDLUT, 1024 + 9, 1)
@@ -56,8 +56,9 @@ def beside(routed, stream):
         return routed.words(PIDLUT, 1024 + 9, 1) == counter
 
     def run(commands):
+        done = routed.sh(BESIDE.format(stream=stream, commands=commands))
         wait_until(is_quiet)
-        return routed.sh(BESIDE.format(stream=stream, commands=commands))
+        return done
 
     return run
 
