@@ -341,7 +341,6 @@ def test_who_is_killed_leaves_nothing_and_harms_no_other(tmp_path, victim):
     assert sorted(os.listdir(folder)) == ["board.lock", "dev", "spi", "sys"]
 
 
-@pytest.mark.skipif(shutil.which("ffprobe") is None, reason="no ffmpeg here")
 def test_bridge_to_the_network_of_this_machine(tmp_path):
     """Which is one of the test's own: nothing leaves the machine."""
     own_network = ["unshare", *([] if os.geteuid() == 0 else ["-Ur"]), "-n"]

@@ -131,6 +131,13 @@ Bytes takeText(Bytes& rest)
     return text;
 }
 
+/// What the library wants before a table that shares its PID with others. Other tables are none of its business here.
+bool attachDemux(dvbpsi_t* handle)
+{
+    return dvbpsi_AttachDemux(
+        handle, [](dvbpsi_t*, uint8_t, uint16_t, void*) {}, nullptr);
+}
+
 } // namespace
 
 bool isSound(const dvbpsi_psi_section_t& section)
@@ -215,9 +222,7 @@ std::vector<ServiceName> readSdt(Sections section)
     const uint16_t stream = section->i_extension;
     const auto sdt = decode<dvbpsi_sdt_t, dvbpsi_sdt_delete, dvbpsi_DetachDemux>(
         std::move(section), [stream](auto* handle, auto take, void* place) {
-            return dvbpsi_AttachDemux(
-                       handle, [](dvbpsi_t*, uint8_t, uint16_t, void*) {}, nullptr) &&
-                   dvbpsi_sdt_attach(handle, SDT, stream, take, place);
+            return attachDemux(handle) && dvbpsi_sdt_attach(handle, SDT, stream, take, place);
         });
     std::vector<ServiceName> names;
     for (const auto* one = sdt ? sdt->p_first_service : nullptr; one != nullptr; one = one->p_next) {
@@ -240,9 +245,7 @@ std::string readNit(Sections section)
     const uint16_t network = section->i_extension;
     const auto nit = decode<dvbpsi_nit_t, dvbpsi_nit_delete, dvbpsi_DetachDemux>(
         std::move(section), [network](auto* handle, auto take, void* place) {
-            return dvbpsi_AttachDemux(
-                       handle, [](dvbpsi_t*, uint8_t, uint16_t, void*) {}, nullptr) &&
-                   dvbpsi_nit_attach(handle, NIT, network, take, place);
+            return attachDemux(handle) && dvbpsi_nit_attach(handle, NIT, network, take, place);
         });
     for (const Descriptor& descriptor : listOf(nit ? nit->p_first_descriptor : nullptr))
         if (descriptor.tag == NETWORK_NAME)
